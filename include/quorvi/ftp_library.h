@@ -1,0 +1,243 @@
+// QuorviFtp: an embeddable, event-driven FTP client component.
+//
+// A host creates one FtpLibrary, sets its properties, calls its methods and subscribes to its
+// four argument-less events. Everything runs on the host's thread: long operations pump events
+// while they wait, so event handlers run inside the method that is waiting. No member throws:
+// a failing method returns its failure value (false, 0, "" or -1) and leaves ErrorNumber() and
+// ErrorInfo() set.
+//
+// Properties follow one convention: `T Name() const` reads, `void Name(T)` writes; write-only
+// properties have only the writer.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include <quorvi/enums.h>
+#include <quorvi/event.h>
+#include <quorvi/user_interface.h>
+
+namespace quorvi {
+
+namespace detail {
+class Core;
+}
+
+class FtpLibrary {
+ public:
+  FtpLibrary();
+  ~FtpLibrary();
+  FtpLibrary(const FtpLibrary&) = delete;
+  FtpLibrary& operator=(const FtpLibrary&) = delete;
+
+  // ---- Events -------------------------------------------------------------------------------
+  /// Bytes moved, a file started or ended, or a retry notice changed; read the progress fields.
+  Event& OnTransfer();
+  /// A command was sent or a complete reply arrived; read MessageInfo() and MessageType().
+  Event& OnServerMessage();
+  /// The protocol state was set; read FtpState() and Busy().
+  Event& OnStateChange();
+  /// An operation failed while RaiseErrorEvent() is true; read ErrorNumber() and ErrorInfo().
+  Event& OnError();
+
+  // ---- Host integration ---------------------------------------------------------------------
+  /// Installs the provider that shows message boxes and dialogs (default: headless).
+  void SetUserInterface(std::shared_ptr<UserInterface> provider);
+  /// Sets a function the component calls on every event-pump pass while it waits, so a GUI
+  /// host's own loop keeps running (pass an empty function to remove it). Shared by all
+  /// components of the thread.
+  void SetHostHook(std::function<void()> hook);
+
+  // ---- Connection settings ------------------------------------------------------------------
+  /// Server host name; writing strips "ftp:", "http:", "https:", slashes and a ":21" suffix.
+  std::string ServerName() const;
+  void ServerName(const std::string& value);
+  /// Login name ("anonymous" is used when empty).
+  std::string UserName() const;
+  void UserName(const std::string& value);
+  /// Login password.
+  std::string PassWord() const;
+  void PassWord(const std::string& value);
+  /// Control port, 1..65535 (anything else stores 21).
+  std::int32_t RemotePort() const;
+  void RemotePort(std::int32_t value);
+  /// Seconds a wait may last, 30..6000 (anything else stores 30).
+  std::int16_t TimeOut() const;
+  void TimeOut(std::int16_t value);
+  /// Credential cipher switch: 1 turns it on, 100 off, other values change nothing.
+  void Lype(std::int16_t value);
+
+  // ---- Paths and transfer settings ----------------------------------------------------------
+  /// Remote path list ("|"-separated), stored trimmed.
+  std::string RemotePath() const;
+  void RemotePath(const std::string& value);
+  /// Local path list ("|"-separated), stored trimmed; read normalises it.
+  std::string LocalPath() const;
+  void LocalPath(const std::string& value);
+  /// True sets the replace setting to overwrite (3), false to resume (6).
+  bool OverWrite() const;
+  void OverWrite(bool value);
+  /// Host values 0 ask, 1 overwrite, 2 resume, 3 skip, 4 rename; reads the internal code.
+  std::int16_t ReplaceSetting() const;
+  void ReplaceSetting(std::int16_t value);
+  /// Rename pattern for name clashes; "{oldname}" stands for the name without extension.
+  std::string RenameRule() const;
+  void RenameRule(const std::string& value);
+  /// FTP_IMAGE_MODE (default) or FTP_ASCII_MODE.
+  FtpTransferModes TransferMode() const;
+  void TransferMode(FtpTransferModes value);
+  /// Passive (true, default) or active data connections.
+  bool PassiveMode() const;
+  void PassiveMode(bool value);
+  /// Largest block an upload sends at once, bytes (at least 32).
+  std::int32_t MaxChunkSize() const;
+  void MaxChunkSize(std::int32_t value);
+  /// Data connection receive buffer, bytes (at least 32; 0 = default at connect).
+  std::int32_t Rcvbuf() const;
+  void Rcvbuf(std::int32_t value);
+  /// Data connection send buffer, bytes (at least 32); also sets MaxChunkSize.
+  std::int32_t Sndbuf() const;
+  void Sndbuf(std::int32_t value);
+  /// Speed limit in KiB/s (0 = none); also sizes the socket buffers.
+  void MaxSpeed(std::int32_t value);
+  /// Keep-alive command (stored upper case).
+  void KeepAliveCommand(const std::string& value);
+  /// Keep-alive interval in seconds (0 = off, otherwise 30..1800).
+  void KeepAliveSecond(std::int16_t value);
+  /// List with MLSD (true) or LIST (false).
+  void ListDirByMLSD(bool value);
+  /// Send "LIST -al" so hidden entries are listed.
+  void ListAll(bool value);
+  /// Look a single file up by listing its folder.
+  void ListDirForFile(bool value);
+  /// Look a single file up with a "*" pattern.
+  void ListDirWithAsterisk(bool value);
+  /// Keep listings for later look-ups (default true).
+  void CacheListing(bool value);
+  /// Use UTF-8 on the wire (switches AutoEncoding off).
+  void UTF8(bool value);
+  /// Decide UTF-8 from the server's FEAT reply at each connect.
+  void AutoEncoding(bool value);
+  /// Retries of a failed file (the attempt limit becomes value + 1).
+  void ReDoTimes(std::int16_t value);
+  /// Transfer without listing the remote side first.
+  void WithoutList(bool value);
+  /// Recreate the source folder itself below the destination.
+  void CreateCorrespondFolder(bool value);
+  /// Hide the Skip buttons of the replace dialog (shared by the thread's components).
+  void DisableSkip(bool value);
+  /// File name pattern of folder transfers.
+  std::string FileType() const;
+  void FileType(const std::string& value);
+  /// Allowed extensions ("txt.doc" after normalising "*.txt;*.doc").
+  std::string FileTypeAllow() const;
+  void FileTypeAllow(const std::string& value);
+  /// Forbidden extensions, normalised like FileTypeAllow.
+  std::string FileTypeForbid() const;
+  void FileTypeForbid(const std::string& value);
+  /// Largest file a transfer accepts, MiB (0 = no limit).
+  void MaxSize(double value);
+  /// Let CreateDirectory check for an existing folder first.
+  void MKDCheckExist(bool value);
+  /// Reply text that means "already exists" to MKD.
+  void MKDInfo(const std::string& value);
+  /// Report Percent over the whole job instead of the current file.
+  void ShowTotalPercent(bool value);
+  /// Progress of the current file (or job), percent.
+  std::int16_t Percent() const;
+  void Percent(std::int16_t value);
+  /// Bytes of the current file moved so far.
+  double TransferSize() const;
+  void TransferSize(double value);
+  /// Folder of the trans.sta / cancel.sta status files ("" = none).
+  void TranstatePath(const std::string& value);
+  /// HTTP proxy host ("" = direct).
+  std::string ProxyServer() const;
+  void ProxyServer(const std::string& value);
+  /// HTTP proxy port (default 80).
+  std::int16_t ProxyPort() const;
+  void ProxyPort(std::int16_t value);
+
+  // ---- Messages, errors, log ----------------------------------------------------------------
+  /// Title of the component's message boxes.
+  std::string Title() const;
+  void Title(const std::string& value);
+  /// The 51 message texts joined by "|"; writing 51 pieces replaces them all.
+  std::string Text() const;
+  void Text(const std::string& value);
+  /// Raise OnError when a method fails (default false).
+  bool RaiseErrorEvent() const;
+  void RaiseErrorEvent(bool value);
+  /// Switches the log file on or off (default off).
+  void EnableLog(bool value);
+  /// Number of the last error (20061 reads as 10061); 0 when none.
+  std::int32_t ErrorNumber() const;
+  /// Text of the last error.
+  std::string ErrorInfo() const;
+
+  // ---- State --------------------------------------------------------------------------------
+  /// Component version, "4.5.10".
+  std::string Version() const;
+  /// Release date as a short date.
+  std::string RelInfo() const;
+  /// True while a protocol exchange is outstanding.
+  bool Busy() const;
+  /// True when the control connection is up and logged in.
+  bool Connected() const;
+  /// Last directory the server reported (no server contact).
+  std::string CurrentDirectory() const;
+  /// Protocol state.
+  FtpStates FtpState() const;
+  /// Last command sent or reply received.
+  std::string MessageInfo() const;
+  /// Kind of MessageInfo().
+  std::int16_t MessageType() const;
+  /// Retry notice of the transfer engine ("" while transfers run normally).
+  std::string TransferState() const;
+
+  // ---- Local files and paths ----------------------------------------------------------------
+  /// Creates an empty file and its missing folders; false when the file already exists.
+  bool CreateLocalFile(const std::string& FilePath);
+  /// Creates a folder and its missing parents.
+  bool CreateLocalFolder(const std::string& FolderPath);
+  /// Deletes a file, or every file matching a "*"/"?" pattern.
+  bool DeleteLocalFile(const std::string& FilePath);
+  /// Size in bytes; -1 when the file does not exist, -2 when it cannot be opened.
+  double GetLocalFileSize(const std::string& FilePath);
+  /// True for an existing file (not a folder, not a pattern).
+  bool LocalFileExists(const std::string& FilePath);
+  /// True for an existing folder.
+  bool LocalFolderExists(const std::string& FolderPath);
+  /// Appends (or with OverWrite writes) Text and a line end; keeps a read-only file read-only.
+  bool WriteLocalFile(const std::string& FilePath, const std::string& Text, bool OverWrite = false);
+  /// The whole file, lines joined by CR LF; "" when missing.
+  std::string ReadLocalFile(const std::string& FilePath);
+  /// Last name of a path ("/a/b.txt" gives "b.txt").
+  std::string GetFileName(const std::string& FilePath);
+  /// File name without its extension.
+  std::string GetFileNameWEN(const std::string& FilePath);
+  /// Text after the last "." of the path.
+  std::string GetFileExtendName(const std::string& FilePath);
+  /// Last-write time as "YYYY-MM-DD HH:MM:SS"; "" when missing.
+  std::string GetLocalFileDate(const std::string& FilePath);
+  /// Parent folder of a path ("" when there is none).
+  std::string GetParentFolderPath(const std::string& FolderPath);
+
+  // ---- Folder walking and display formats ---------------------------------------------------
+
+  // ---- Transfer lists and queue -------------------------------------------------------------
+
+  // ---- Progress -----------------------------------------------------------------------------
+
+  // ---- Shell, dialogs, registry and system folders ------------------------------------------
+
+  /// Internal state, for the component's own subsystems.
+  detail::Core& core() { return *core_; }
+
+ private:
+  std::unique_ptr<detail::Core> core_;
+};
+
+}  // namespace quorvi

@@ -1,0 +1,130 @@
+// The state behind one FtpLibrary: its settings, runtime fields, events and the operations the
+// subsystems share (set state, report message, begin/end an operation, report an error).
+// Subsystems add their own state objects as members here.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include <quorvi/enums.h>
+#include <quorvi/event.h>
+#include <quorvi/user_interface.h>
+
+#include "component/component_error.h"
+#include "component/thread_shared.h"
+
+namespace quorvi::detail {
+
+/// Settings written by the host (the property storage; rules live in the property code).
+struct Settings {
+  std::string server_name;
+  std::string user_name;
+  std::string password;
+  std::int32_t remote_port = 21;
+  std::string remote_path;
+  std::string local_path;
+  bool overwrite = false;
+  std::int16_t replace_setting = 0;
+  std::string rename_rule = "{oldname}1";
+  bool raise_error_event = false;
+  FtpTransferModes transfer_mode = FTP_IMAGE_MODE;
+  bool passive_mode = true;
+  std::int16_t time_out = 30;
+  std::int32_t max_chunk_size = 2097152;
+  std::int32_t rcvbuf = 0;
+  std::int32_t sndbuf = 0;
+  std::int64_t max_speed = 0;  ///< bytes per second
+  std::string keep_alive_command = "NOOP";
+  std::int16_t keep_alive_second = 60;
+  bool list_all = false;
+  bool list_dir_for_file = false;
+  bool list_dir_for_file_set = false;      ///< set by the host (not by the server-kind probe)
+  bool list_dir_with_asterisk = false;
+  bool list_dir_with_asterisk_set = false;
+  bool cache_listing = true;
+  bool utf8 = false;
+  bool auto_encoding = false;
+  std::int16_t redo_limit = 5;  ///< attempt limit derived from ReDoTimes
+  bool without_list = false;
+  bool create_correspond_folder = false;
+  std::string file_type;
+  std::string file_type_allow;
+  std::string file_type_forbid;
+  double max_size = 0;  ///< bytes
+  bool mkd_check_exist = false;
+  std::string mkd_info;
+  bool show_total_percent = false;
+  std::string transtate_path;
+  std::string proxy_server;
+  std::int16_t proxy_port = 80;
+  std::string title = "QuorviFtp";
+  bool cipher_on = false;  ///< Lype
+};
+
+/// Runtime fields several subsystems share.
+struct Runtime {
+  FtpStates state = ftpFreeState;
+  FtpOperations operation = opNone;
+  std::int32_t last_error_number = 0;
+  std::string last_error_text;
+  bool logged_in = false;
+  bool aborting_current = false;  ///< AbortCurrent is skipping the current file
+  std::string current_directory;
+  std::string list_command = "LIST";
+  double last_command_time = 0;  ///< seconds of the steady clock at the last exchange
+  std::string message_text;
+  MessageTypes message_kind = FTP_USER_COMMAND;
+  std::string transfer_state;
+  std::int16_t percent = 0;
+  double transfer_size = 0;
+};
+
+class Core {
+ public:
+  Core();
+  ~Core();
+  Core(const Core&) = delete;
+  Core& operator=(const Core&) = delete;
+
+  std::shared_ptr<ThreadShared> shared = ThreadShared::Acquire();
+  Settings settings;
+  Runtime rt;
+  Event on_transfer, on_server_message, on_state_change, on_error;
+  std::shared_ptr<UserInterface> ui;
+
+  platform::EventPump& pump() { return *shared->pump; }
+  CError& error() { return shared->error; }
+  const CError& error() const { return shared->error; }
+  MessageTable& messages() { return shared->messages; }
+
+  /// Sets the protocol state, then raises OnStateChange when raise is true.
+  void SetState(FtpStates state, bool raise = true);
+  /// Sets MessageInfo and MessageType, then raises OnServerMessage.
+  void ReportMessage(const std::string& text, MessageTypes kind);
+  /// Clears the error object and makes op the current operation.
+  void BeginAsyncMethod(FtpOperations op);
+  /// Ends the current operation: state ftpFreeState and OnStateChange.
+  void EndAsyncMethod();
+  /// The control's error procedure: records, raises OnError when asked, ends the operation.
+  void ReportError(const std::string& procedure, std::int32_t number, const std::string& text,
+                   bool show = false);
+  /// Clears the last-error fields at the start of a public method.
+  void ClearLastError();
+  /// ErrorNumber as the host reads it (20061 reads 10061).
+  std::int32_t ErrorNumber() const;
+  /// ErrorInfo as the host reads it.
+  std::string ErrorInfo() const;
+  /// Shows a message box through the user-interface provider with the component's title.
+  void ShowMessage(const std::string& text);
+};
+
+/// Runs body inside a public member's never-throw boundary: a ComponentError goes to
+/// Core::ReportError under the member's name, anything else is reported as error 21 text
+/// "Unknown Error"; the fallback value is returned then.
+template <typename T, typename Body>
+T Guarded(Core& core, const char* procedure, T fallback, Body&& body) noexcept;
+
+}  // namespace quorvi::detail
+
+#include "component/guarded.inl"

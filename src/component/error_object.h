@@ -1,0 +1,62 @@
+// CError: the error object shared by the thread's components, and the log file writer.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace quorvi::detail {
+
+class CError {
+ public:
+  CError();
+  std::int32_t Number() const { return number_; }
+  /// Stores the value unless it is 0 (only Clear resets the number).
+  void Number(std::int32_t value);
+  const std::string& Description() const { return description_; }
+  /// Keeps the old text for a blank value, replaces generic texts, strips empty placeholders.
+  void Description(const std::string& value);
+  const std::string& Source() const { return source_; }
+  void Source(const std::string& value) { source_ = value; }
+  const std::string& LogFilePath() const { return log_file_path_; }
+  void LogFilePath(const std::string& value) { log_file_path_ = value; }
+  bool EnableLog() const { return enable_log_; }
+  void EnableLog(bool value) { enable_log_ = value; }
+
+  /// The pending error number, else the last system error code (errno).
+  std::int32_t GetErrorNumber() const;
+  /// Writes the current error to the log.
+  void DealError();
+  /// Appends one line with the timestamp suffix; false when logging is off or fails.
+  bool WriteFile(const std::string& text, bool overwrite = false);
+  /// Resets number, description and source.
+  void Clear();
+
+ private:
+  std::int32_t number_ = 0;
+  std::string description_;
+  std::string source_;
+  std::string log_file_path_;
+  bool enable_log_ = false;
+};
+
+/// Default log path: the system folder followed by "talvex.dat".
+std::string DefaultLogPath();
+
+/// Text of an error number: component errors, reply-code texts, HTTP texts, socket texts.
+std::string GetErrorText(std::int32_t number);
+/// Message index of the current language ("" outside 0..50).
+std::string GetMessage(int index);
+/// Reply-code text of 16000 + code (and the internal 160xx numbers).
+std::string GetReplyText(std::int32_t key);
+/// Socket error text (Windows Sockets numbering).
+std::string GetWinsockErrorText(std::int32_t code);
+/// HTTP error text of an 18xxx number ("" when unknown).
+std::string GetHttpErrorText(std::int32_t number);
+
+/// Records and logs an error in the thread's error object; always returns "".
+std::string RecordError(const std::string& procedure, std::int32_t number, const std::string& text,
+                        bool show = false);
+/// Writes one log line through the thread's error object.
+bool WriteLog(const std::string& line);
+
+}  // namespace quorvi::detail

@@ -1,0 +1,146 @@
+#include "platform/event_pump.h"
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <string>
+#include <vector>
+
+namespace quorvi::platform {
+namespace {
+
+TEST(EventPump, OneSharedPumpPerThreadUntilTheLastOwnerLetsGo) {
+  EXPECT_EQ(EventPump::Current(), nullptr);
+  auto a = EventPump::ForThisThread();
+  auto b = EventPump::ForThisThread();
+  EXPECT_EQ(a.get(), b.get());
+  EXPECT_EQ(EventPump::Current(), a.get());
+  a.reset();
+  EXPECT_NE(EventPump::Current(), nullptr);
+  b.reset();
+  EXPECT_EQ(EventPump::Current(), nullptr);
+}
+
+TEST(EventPump, PostedNotificationsArriveInOrderAndOnlyWhilePumping) {
+  EventPump pump;
+  std::vector<int> seen;
+  pump.SetNotificationSink([&](const Notification& n) { seen.push_back(n.handle * 100 + n.event); });
+  pump.Post({1, 1, 0});
+  pump.Post({2, 16, 0});
+  pump.Post({1, 32, 0});
+  EXPECT_TRUE(seen.empty());
+  pump.DoEvents();
+  EXPECT_EQ(seen, (std::vector<int>{101, 216, 132}));
+}
+
+TEST(EventPump, NotificationPostedByAHandlerWaitsForTheNextPass) {
+  EventPump pump;
+  int delivered = 0;
+  pump.SetNotificationSink([&](const Notification&) {
+    if (++delivered < 1000) pump.Post({1, 2, 0});
+  });
+  pump.Post({1, 2, 0});
+  pump.DoEvents();
+  EXPECT_EQ(delivered, 1);
+  pump.DoEvents();
+  EXPECT_EQ(delivered, 2);
+}
+
+TEST(EventPump, TimersFireOnlyWhilePumpingInDueOrder) {
+  EventPump pump;
+  std::string order;
+  pump.AddTimer(30, [&] { order += "slow,"; });
+  pump.AddTimer(10, [&] { order += "fast,"; });
+  SleepNoPump(50);
+  EXPECT_EQ(order, "");  // due, but nobody pumped
+  pump.DoEvents();
+  EXPECT_EQ(order, "fast,slow,");
+}
+
+TEST(EventPump, SleepTicksATimerAboutEveryInterval) {
+  EventPump pump;
+  int ticks = 0;
+  auto id = pump.AddTimer(20, [&] { ++ticks; });
+  pump.Sleep(210);
+  EXPECT_GE(ticks, 7);
+  EXPECT_LE(ticks, 11);
+  pump.SetTimerEnabled(id, false);
+  const int frozen = ticks;
+  pump.Sleep(60);
+  EXPECT_EQ(ticks, frozen);
+  pump.RemoveTimer(id);
+  EXPECT_FALSE(pump.TimerEnabled(id));
+}
+
+TEST(EventPump, ReentrantPumpingFromHandlersIsSafe) {
+  EventPump pump;
+  int outer = 0, inner_notifications = 0;
+  pump.SetNotificationSink([&](const Notification& n) {
+    if (n.event == 1) {
+      ++inner_notifications;
+      return;
+    }
+    pump.Post({7, 1, 0});
+    pump.DoEvents();  // a handler that waits, as the component's wait loops do
+  });
+  pump.AddTimer(1, [&] {
+    ++outer;
+    pump.Sleep(5);  // nested wait inside a tick: the same timer must not re-enter
+  });
+  pump.Post({7, 2, 0});
+  pump.Sleep(40);
+  EXPECT_EQ(inner_notifications, 1);
+  EXPECT_GE(outer, 2);
+}
+
+TEST(EventPump, TimerRemovedByAnotherTickDoesNotFire) {
+  EventPump pump;
+  EventPump::TimerId second = 0;
+  int second_ticks = 0;
+  pump.AddTimer(1, [&] { pump.RemoveTimer(second); });
+  second = pump.AddTimer(1, [&] { ++second_ticks; });
+  SleepNoPump(5);
+  pump.DoEvents();
+  EXPECT_EQ(second_ticks, 0);
+}
+
+TEST(EventPump, ReadinessWakesSleepAndRunsTheHandler) {
+  int fds[2];
+  ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, fds), 0);
+  EventPump pump;
+  int readable = 0;
+  pump.WatchFd(fds[0], POLLIN, [&](short revents) {
+    if (revents & POLLIN) {
+      ++readable;
+      char buf[16];
+      (void)!::read(fds[0], buf, sizeof buf);
+    }
+  });
+  EXPECT_EQ(pump.WatchedCount(), 1u);
+  ASSERT_EQ(::write(fds[1], "x", 1), 1);
+  pump.Sleep(20);
+  EXPECT_EQ(readable, 1);
+  pump.UnwatchFd(fds[0]);
+  EXPECT_EQ(pump.WatchedCount(), 0u);
+  ASSERT_EQ(::write(fds[1], "y", 1), 1);
+  pump.DoEvents();
+  EXPECT_EQ(readable, 1);
+  ::close(fds[0]);
+  ::close(fds[1]);
+}
+
+TEST(EventPump, HostHookRunsEveryPass) {
+  EventPump pump;
+  int calls = 0;
+  pump.SetHostHook([&] { ++calls; });
+  pump.DoEvents();
+  pump.DoEvents();
+  EXPECT_EQ(calls, 2);
+  pump.SetHostHook(nullptr);
+  pump.DoEvents();
+  EXPECT_EQ(calls, 2);
+}
+
+}  // namespace
+}  // namespace quorvi::platform
