@@ -15,6 +15,10 @@ class UserInterface {
 
   /// Shows an informational message box with an OK button and waits until it is closed.
   virtual void MessageBox(const std::string& text, const std::string& title);
+
+  // ---- Replace confirmation and rename dialogs ----
+
+  // ---- File and folder dialogs, about box, window order ----
 };
 
 /// The headless provider (the default of every FtpLibrary).
