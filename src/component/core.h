@@ -4,8 +4,10 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <quorvi/enums.h>
 #include <quorvi/event.h>
@@ -13,8 +15,12 @@
 
 #include "component/component_error.h"
 #include "component/thread_shared.h"
+#include "local/top_most.h"
+#include "transfer/transfer_state.h"
 
 namespace quorvi::detail {
+
+class FtpSession;
 
 /// Settings written by the host (the property storage; rules live in the property code).
 struct Settings {
@@ -92,6 +98,23 @@ class Core {
   Runtime rt;
   Event on_transfer, on_server_message, on_state_change, on_error;
   std::shared_ptr<UserInterface> ui;
+  /// The transfer engine: lists, queue counters, progress, status files.
+  TransferState transfer;
+  /// Captions of the component's dialogs that the stay-on-top timer raises.
+  OnTopList on_top;
+  /// The FTP control connection (src/ftp/session.h), created on first use.
+  std::shared_ptr<FtpSession> session;
+
+  /// Steps of EndAsyncMethod that belong to other subsystems (closing a transfer's local file,
+  /// releasing the HTTP connection); run in registration order before the operation is cleared.
+  std::vector<std::function<void()>> end_operation_hooks;
+  /// Step 6 of ReportError (closing the control socket during Connect, the local file during a
+  /// transfer, clearing the connecting flag); called with the failing operation.
+  std::vector<std::function<void(FtpOperations)>> error_cleanup_hooks;
+  /// Run first when the object is destroyed (stop timers, leave a logged-in session).
+  std::vector<std::function<void()>> shutdown_hooks;
+  /// The control socket's "connected" check; Connected() is also false while it says so.
+  std::function<bool()> control_socket_connected;
 
   platform::EventPump& pump() { return *shared->pump; }
   CError& error() { return shared->error; }
@@ -120,10 +143,13 @@ class Core {
 };
 
 /// Runs body inside a public member's never-throw boundary: a ComponentError goes to
-/// Core::ReportError under the member's name, anything else is reported as error 21 text
-/// "Unknown Error"; the fallback value is returned then.
+/// Core::ReportError under the member's name, anything else is reported with the text
+/// "Unknown Error" (message 21); the fallback value is returned then.
 template <typename T, typename Body>
 T Guarded(Core& core, const char* procedure, T fallback, Body&& body) noexcept;
+/// Guarded() for members that return nothing.
+template <typename Body>
+void Guarded(Core& core, const char* procedure, Body&& body) noexcept;
 
 }  // namespace quorvi::detail
 

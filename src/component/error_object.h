@@ -22,7 +22,19 @@ class CError {
   bool EnableLog() const { return enable_log_; }
   void EnableLog(bool value) { enable_log_ = value; }
 
-  /// The pending error number, else the last system error code (errno).
+  /// The error a handler is dealing with right now (the "run-time error"); see RuntimeErrorScope.
+  std::int32_t RuntimeNumber() const { return runtime_number_; }
+  const std::string& RuntimeDescription() const { return runtime_description_; }
+  void SetRuntimeError(std::int32_t number, const std::string& description) {
+    runtime_number_ = number;
+    runtime_description_ = description;
+  }
+  /// The last system error code a platform call reported (Windows Sockets numbering for
+  /// sockets). Set explicitly by the failing call's wrapper; errno itself is too noisy to use.
+  std::int32_t LastSystemError() const { return last_system_error_; }
+  void LastSystemError(std::int32_t code) { last_system_error_ = code; }
+
+  /// The pending run-time error number, else the last system error code.
   std::int32_t GetErrorNumber() const;
   /// Writes the current error to the log.
   void DealError();
@@ -30,13 +42,31 @@ class CError {
   bool WriteFile(const std::string& text, bool overwrite = false);
   /// Resets number, description and source.
   void Clear();
+  /// Start of the log: deletes a log file larger than 204800 bytes, then writes the header.
+  void StartLog(const std::string& version);
 
  private:
   std::int32_t number_ = 0;
   std::string description_;
   std::string source_;
   std::string log_file_path_;
-  bool enable_log_ = false;
+  bool enable_log_ = false;  ///< off by default: the host switches it on
+  std::int32_t runtime_number_ = 0;
+  std::string runtime_description_;
+  std::int32_t last_system_error_ = 0;
+};
+
+/// Makes an error the thread's pending run-time error while a handler deals with it.
+class RuntimeErrorScope {
+ public:
+  RuntimeErrorScope(std::int32_t number, const std::string& description);
+  ~RuntimeErrorScope();
+  RuntimeErrorScope(const RuntimeErrorScope&) = delete;
+  RuntimeErrorScope& operator=(const RuntimeErrorScope&) = delete;
+
+ private:
+  std::int32_t saved_number_ = 0;
+  std::string saved_description_;
 };
 
 /// Default log path: the system folder followed by "talvex.dat".

@@ -1,25 +1,30 @@
 // Implementation of Guarded(): the never-throw boundary of public members.
 #pragma once
 
+#include <exception>
+
 namespace quorvi::detail {
+
+/// Reports the exception being handled under the procedure's name; never throws.
+void ReportCurrentException(Core& core, const char* procedure) noexcept;
 
 template <typename T, typename Body>
 T Guarded(Core& core, const char* procedure, T fallback, Body&& body) noexcept {
   try {
     return body();
-  } catch (const ComponentError& e) {
-    try {
-      core.ReportError(procedure, e.number(), e.text());
-    } catch (...) {
-    }
-  } catch (const std::exception& e) {
-    try {
-      core.ReportError(procedure, 0, e.what());
-    } catch (...) {
-    }
   } catch (...) {
+    ReportCurrentException(core, procedure);
   }
   return fallback;
+}
+
+template <typename Body>
+void Guarded(Core& core, const char* procedure, Body&& body) noexcept {
+  try {
+    body();
+  } catch (...) {
+    ReportCurrentException(core, procedure);
+  }
 }
 
 }  // namespace quorvi::detail

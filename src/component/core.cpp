@@ -1,0 +1,117 @@
+#include "component/core.h"
+
+#include "local/path_rules.h"
+
+namespace quorvi::detail {
+
+namespace {
+
+constexpr int kUnknownErrorMessage = 21;
+constexpr int kCanceledMessage = 7;
+constexpr std::int32_t kCanceled = 16010;
+
+// Subsystem hooks run at the end of an operation or during error handling; a failing hook
+// must not stop the others nor the operation's end.
+template <typename Hooks, typename... Args>
+void RunHooks(const Hooks& hooks, Args... args) {
+  for (const auto& hook : hooks) {
+    try {
+      if (hook) hook(args...);
+    } catch (const std::exception& e) {
+      WriteLog(std::string("Hook failed: ") + e.what());
+    } catch (...) {
+    }
+  }
+}
+
+}  // namespace
+
+Core::Core() : ui(MakeHeadlessUserInterface()) {}
+
+Core::~Core() { RunHooks(shutdown_hooks); }
+
+void Core::SetState(FtpStates state, bool raise) {
+  rt.state = state;
+  if (raise) on_state_change.Raise();
+}
+
+void Core::ReportMessage(const std::string& text, MessageTypes kind) {
+  rt.message_text = text;
+  rt.message_kind = kind;
+  on_server_message.Raise();
+}
+
+void Core::BeginAsyncMethod(FtpOperations op) {
+  error().Clear();
+  rt.operation = op;
+}
+
+void Core::EndAsyncMethod() {
+  RunHooks(end_operation_hooks);
+  rt.operation = opNone;
+  SetState(ftpFreeState);
+}
+
+void Core::ReportError(const std::string& procedure, std::int32_t number, const std::string& text,
+                       bool show) {
+  const std::string name = procedure.empty() ? procedure : "FtpLibrary." + procedure;
+  if (number == 0) {
+    number = ErrorNumber();
+  } else if (ErrorNumber() == 0) {
+    error().Number(number);
+  }
+  const std::string message = text.empty() ? ErrorInfo() : text;
+  RecordError(name, number, message, show);
+  if (settings.raise_error_event && number != kCanceled && !rt.aborting_current) {
+    on_error.Raise();
+  }
+  RunHooks(error_cleanup_hooks, rt.operation);
+  EndAsyncMethod();
+}
+
+void Core::ClearLastError() {
+  rt.last_error_number = 0;
+  rt.last_error_text.clear();
+}
+
+std::int32_t Core::ErrorNumber() const {
+  std::int32_t number = error().Number();
+  if (number == 0) number = rt.last_error_number;
+  // The data connection's failure is reported under the socket code the host knows.
+  return number == 20061 ? 10061 : number;
+}
+
+std::string Core::ErrorInfo() const {
+  const std::int32_t number = ErrorNumber();
+  if (number == kCanceled) return GetMessage(kCanceledMessage);
+  std::string text = error().Description();
+  if (TrimBlanks(text).empty()) text = rt.last_error_text;
+  if (text.empty()) text = GetErrorText(number);
+  return text;
+}
+
+void Core::ShowMessage(const std::string& text) {
+  if (ui) ui->MessageBox(text, settings.title);
+}
+
+void ReportCurrentException(Core& core, const char* procedure) noexcept {
+  try {
+    try {
+      throw;
+    } catch (const ComponentError& e) {
+      RuntimeErrorScope scope(e.number(), e.text());
+      core.ReportError(procedure, e.number(), e.text());
+    } catch (const std::exception& e) {
+      WriteLog(std::string(procedure) + ":" + e.what());
+      core.rt.last_error_text = GetMessage(kUnknownErrorMessage);
+      core.ReportError(procedure, 0, core.rt.last_error_text);
+    } catch (...) {
+      core.rt.last_error_text = GetMessage(kUnknownErrorMessage);
+      core.ReportError(procedure, 0, core.rt.last_error_text);
+    }
+  } catch (...) {
+    // The error procedure itself failed; the boundary still holds.
+  }
+}
+
+}  // namespace quorvi::detail

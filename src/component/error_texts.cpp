@@ -1,0 +1,79 @@
+// GetErrorText and the component's own error rows (200xx) and HTTP rows (18xxx).
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <string_view>
+
+#include "component/error_object.h"
+
+namespace quorvi::detail {
+
+namespace {
+
+// A row names a message-table index, or (index -1) carries a literal text.
+struct ErrorRow {
+  std::int32_t number;
+  int message;
+  std::string_view literal;
+};
+
+std::string RowText(const ErrorRow& row) {
+  return row.message >= 0 ? GetMessage(row.message) : std::string(row.literal);
+}
+
+template <std::size_t N>
+const ErrorRow* FindRow(const std::array<ErrorRow, N>& rows, std::int32_t number) {
+  auto it = std::find_if(rows.begin(), rows.end(),
+                         [number](const ErrorRow& r) { return r.number == number; });
+  return it == rows.end() ? nullptr : &*it;
+}
+
+constexpr std::array<ErrorRow, 20> kComponentRows = {{
+    {20001, 0, {}},
+    {20002, 1, {}},
+    {20003, 37, {}},
+    {20004, 20, {}},
+    {20005, 10, {}},
+    {20006, 11, {}},
+    {20007, 8, {}},
+    {20008, 9, {}},
+    {20009, 8, {}},
+    {20010, 9, {}},
+    {20011, 12, {}},
+    {20012, 13, {}},
+    {20019, 16, {}},
+    {20020, 17, {}},
+    {20021, 18, {}},
+    {20022, 19, {}},
+    {20023, 39, {}},
+    {20024, 40, {}},
+    {20050, -1, "Create Window Error"},
+    {20061, 50, {}},
+}};
+
+constexpr std::array<ErrorRow, 5> kHttpRows = {{
+    {18001, 48, {}},
+    {18002, 49, {}},
+    {18003, 5, {}},
+    {18004, 4, {}},
+    {18404, 47, {}},
+}};
+
+}  // namespace
+
+std::string GetHttpErrorText(std::int32_t number) {
+  const auto* row = FindRow(kHttpRows, number);
+  return row ? RowText(*row) : std::string();
+}
+
+std::string GetErrorText(std::int32_t number) {
+  if (const auto* row = FindRow(kComponentRows, number)) return RowText(*row);
+  // Reply codes are 16-bit keys; a number beyond that range has no table text.
+  if (number < std::numeric_limits<std::int16_t>::min() ||
+      number > std::numeric_limits<std::int16_t>::max()) {
+    return {};
+  }
+  return GetReplyText(number);
+}
+
+}  // namespace quorvi::detail

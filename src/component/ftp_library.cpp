@@ -1,0 +1,35 @@
+// FtpLibrary: creation, destruction, events and host integration.
+#include <quorvi/ftp_library.h>
+
+#include "component/core.h"
+#include "component/library_version.h"
+#include "local/registry.h"
+
+namespace quorvi {
+
+FtpLibrary::FtpLibrary() : core_(std::make_unique<detail::Core>()) {
+  // The defaults are the Core's member initialisers; the message table and the error object
+  // come with the thread's shared objects. What is left of creation is the log's start.
+  core_->error().StartLog(detail::kVersion);
+  // Hosts that embed the component in scripted pages look for these keys; failures are ignored.
+  detail::RegisterSafetyKeys();
+}
+
+// Subsystems stop their timers and leave a logged-in session through Core::shutdown_hooks,
+// which run before any member goes; the shared objects go with the last component.
+FtpLibrary::~FtpLibrary() = default;
+
+Event& FtpLibrary::OnTransfer() { return core_->on_transfer; }
+Event& FtpLibrary::OnServerMessage() { return core_->on_server_message; }
+Event& FtpLibrary::OnStateChange() { return core_->on_state_change; }
+Event& FtpLibrary::OnError() { return core_->on_error; }
+
+void FtpLibrary::SetUserInterface(std::shared_ptr<UserInterface> provider) {
+  core_->ui = provider ? std::move(provider) : MakeHeadlessUserInterface();
+}
+
+void FtpLibrary::SetHostHook(std::function<void()> hook) {
+  detail::Guarded(*core_, "SetHostHook", [&] { core_->pump().SetHostHook(std::move(hook)); });
+}
+
+}  // namespace quorvi
