@@ -2,6 +2,7 @@
 // UTF-8 or the system ANSI code page. Byte sequences are carried in std::string too.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -11,6 +12,10 @@ namespace quorvi::detail {
 std::string EncodeUTF8(std::string_view text);
 /// Text held by UTF-8 bytes: stops at the first zero byte; malformed sequences become U+FFFD.
 std::string DecodeUTF8(std::string_view bytes);
+/// Length of the leading part of bytes that ends on a character boundary: a trailing, still
+/// incomplete UTF-8 sequence is left out so that the caller can carry it over to the next
+/// block. DecodeUTF8 itself is stateless and turns such a tail into U+FFFD.
+std::size_t CompleteUTF8Length(std::string_view bytes);
 /// Text converted to the ANSI code page; unrepresentable characters become '?'.
 std::string ToAnsi(std::string_view text);
 /// Bytes in the ANSI code page converted to text.
