@@ -72,4 +72,27 @@ enum AsyncResultStatusConstants : std::int32_t {
   arStatusCancel = 3,
 };
 
+/// Special folders, published for hosts (no member takes them); from 2 on the values are the
+/// classic special-folder numbers.
+enum FolderItem : std::int32_t {
+  Default = 0,
+  Desktop = 1,
+  Program = 2,
+  ControlPanel = 3,
+  Printers = 4,
+  DocumentsFolder = 5,
+  FavoritesFolder = 6,
+  StartupFolder = 7,
+  RecentFolder = 8,
+  SendToFolder = 9,
+  RecycleBin = 10,
+  StartMenuFolder = 11,
+  DesktopFolder = 16,
+  MyComputer = 17,
+  NetworkNeighborhood = 18,
+  NetHoodFolder = 19,
+  FontsFolder = 20,
+  ShellNewFolder = 21,
+};
+
 }  // namespace quorvi

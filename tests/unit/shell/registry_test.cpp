@@ -1,0 +1,179 @@
+#include "local/registry.h"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "test_support.h"
+
+namespace quorvi::detail {
+namespace {
+
+using quorvi::testing::ScopedEnv;
+using quorvi::testing::TempDir;
+
+constexpr const char* kUser = "HKEY_CURRENT_USER";
+
+class RegistryTest : public ::testing::Test {
+ protected:
+  TempDir dir;
+  platform::RegistryStore store{dir.path() / "registry"};
+  Regedit reg{store};
+};
+
+TEST(RegistryRules, RootNamesAndTheirAlternativeForms) {
+  const std::pair<const char*, std::int64_t> cases[] = {
+      {"HKEY_CLASSES_ROOT", 0x80000000}, {"hkey_current_user", 0x80000001},
+      {"&h80000006", 0x80000006},        {"HKLM", -1},
+      {"&H80000007", -1},
+  };
+  for (const auto& [name, value] : cases) EXPECT_EQ(GetRootKey(name), value) << name;
+}
+
+TEST(RegistryRules, FormatSubKey) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"/Software/T", "Software\\T"}, {"\\\\a\\b", "\\a\\b"}, {"a/b\\c", "a\\b\\c"}, {"", ""}};
+  for (const auto& [in, out] : cases) EXPECT_EQ(FormatSubKey(in), out) << in;
+}
+
+TEST_F(RegistryTest, ValuesRoundTripByType) {
+  ASSERT_TRUE(reg.RegCreate(kUser, "/Software/T"));
+  struct Case {
+    const char* value;
+    const char* type;
+    bool written;
+    const char* read;
+  };
+  const Case cases[] = {
+      {"hello world", "REG_SZ", true, "hello world"},
+      {"12", "REG_DWORD", true, "12"},
+      {" -1 ", "REG_DWORD", true, "-1"},
+      {"&HFFFFFFFF", "REG_DWORD", true, "-1"},
+      {"12.5", "REG_DWORD", true, "12"},  // rounds half to even
+      {"13.5", "REG_DWORD", true, "14"},
+      {"4294967296", "REG_DWORD", false, nullptr},
+      {"abc", "REG_DWORD", false, nullptr},
+      {"12", "REG_QWORD", false, nullptr},
+      {"12", "reg_sz", false, nullptr},
+  };
+  for (const auto& c : cases) {
+    reg.RegDeleteValueEx(kUser, "Software\\T", "n");
+    EXPECT_EQ(reg.RegSetValueEx(kUser, "Software\\T", "n", c.value, c.type), c.written)
+        << c.value << " " << c.type;
+    EXPECT_EQ(reg.RegGetValueEx(kUser, "Software\\T", "n"), c.read ? c.read : kGetValueError)
+        << c.value << " " << c.type;
+  }
+}
+
+TEST_F(RegistryTest, BinaryAndForeignTypesRead) {
+  ASSERT_TRUE(reg.RegCreate(kUser, "k"));
+  const platform::KeyPath key{kUser, "k"};
+  ASSERT_TRUE(store.SetValue(key, "bin", {platform::kRegBinary, std::string("\x1A\x00\xFF", 3)}));
+  ASSERT_TRUE(store.SetValue(key, "expand", {2, "%HOME%"}));
+  EXPECT_EQ(reg.RegGetValueEx(kUser, "k", "bin"), "1A 0 FF ");
+  EXPECT_EQ(reg.RegGetValueEx(kUser, "k", "expand"), kGetValueError);
+}
+
+TEST_F(RegistryTest, NamesCompareWithoutCase) {
+  ASSERT_TRUE(reg.RegCreate("hkey_current_user", "Software/Quorvi/Test"));
+  ASSERT_TRUE(reg.RegSetValueEx("&H80000001", "software\\QUORVI\\test", "Name", "v"));
+  EXPECT_TRUE(reg.RegExists(kUser, "SOFTWARE\\quorvi\\TEST"));
+  EXPECT_EQ(reg.RegGetValueEx(kUser, "Software\\Quorvi\\Test", "NAME"), "v");
+  EXPECT_FALSE(reg.RegExists("HKEY_LOCAL_MACHINE", "Software\\Quorvi\\Test"));
+}
+
+TEST_F(RegistryTest, DefaultValue) {
+  EXPECT_FALSE(reg.RegSetValueEx(kUser, "missing", "n", "1"));  // the key must exist
+  ASSERT_TRUE(reg.RegSetValue(kUser, "a", "default"));          // creates the key
+  EXPECT_EQ(reg.RegGetValue(kUser, "a"), "default");
+  EXPECT_TRUE(reg.RegDeleteValue(kUser, "a"));
+  EXPECT_EQ(reg.RegGetValue(kUser, "a"), kGetValueError);
+}
+
+TEST_F(RegistryTest, DeleteRemovesWholeTree) {
+  ASSERT_TRUE(reg.RegCreate(kUser, "a/b/c"));
+  ASSERT_TRUE(reg.RegCreate(kUser, "a/d"));
+  ASSERT_TRUE(reg.RegSetValue(kUser, "a/b", "x"));
+  ASSERT_TRUE(reg.RegCreate(kUser, "ab"));
+  EXPECT_TRUE(reg.RegDelete(kUser, "A"));
+  for (const char* key : {"a", "a/b", "a/b/c", "a/d"}) EXPECT_FALSE(reg.RegExists(kUser, key));
+  EXPECT_TRUE(reg.RegExists(kUser, "ab"));
+  EXPECT_FALSE(reg.RegDelete(kUser, ""));  // a root stays
+}
+
+TEST_F(RegistryTest, UnknownRootFailsEverything) {
+  EXPECT_FALSE(reg.RegCreate("HKLM", "a"));
+  EXPECT_FALSE(reg.RegSetValue("HKLM", "a", "v"));
+  EXPECT_FALSE(std::filesystem::exists(store.root()));
+}
+
+TEST_F(RegistryTest, StoreThatCannotBeCreatedGivesFailureValues) {
+  quorvi::testing::WriteFile(dir / "plain", "not a folder");
+  Regedit broken{platform::RegistryStore(dir.path() / "plain" / "registry")};
+  EXPECT_FALSE(broken.RegCreate(kUser, "a"));
+  EXPECT_FALSE(broken.RegSetValue(kUser, "a", "v"));
+  EXPECT_FALSE(broken.RegExists(kUser, "a"));
+  EXPECT_FALSE(broken.RegDelete(kUser, "a"));
+  EXPECT_EQ(broken.RegGetValue(kUser, "a"), kGetValueError);
+}
+
+// Two processes write the same value (and their own values) at once: every read sees one
+// whole value, and no write is lost.
+TEST_F(RegistryTest, TwoProcessesWriteAtOnce) {
+  ASSERT_TRUE(reg.RegCreate(kUser, "shared"));
+  constexpr int kWrites = 100;
+  pid_t children[2];
+  for (int c = 0; c < 2; ++c) {
+    children[c] = ::fork();
+    ASSERT_GE(children[c], 0);
+    if (children[c] == 0) {
+      Regedit mine{platform::RegistryStore(store.root())};
+      const std::string big(8192, c == 0 ? 'a' : 'b');
+      bool ok = true;
+      for (int i = 0; i < kWrites; ++i) {
+        ok = mine.RegSetValueEx(kUser, "shared", "same", big) && ok;
+        ok = mine.RegSetValueEx(kUser, "shared", "c" + std::to_string(c) + "-" + std::to_string(i),
+                                std::to_string(i), "REG_DWORD") && ok;
+      }
+      ::_exit(ok ? 0 : 1);
+    }
+  }
+  for (int i = 0; i < 200; ++i) {
+    const std::string seen = reg.RegGetValueEx(kUser, "shared", "same");
+    if (seen == kGetValueError) continue;  // not written yet
+    ASSERT_EQ(seen.size(), 8192u);
+    ASSERT_EQ(seen.find_first_not_of(seen[0]), std::string::npos) << "torn value";
+  }
+  for (pid_t child : children) {
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  }
+  for (int c = 0; c < 2; ++c)
+    for (int i = 0; i < kWrites; ++i)
+      EXPECT_EQ(reg.RegGetValueEx(kUser, "shared", "c" + std::to_string(c) + "-" + std::to_string(i)),
+                std::to_string(i));
+}
+
+TEST_F(RegistryTest, ShellFoldersComeFromXdgUserDirs) {
+  ScopedEnv home("HOME", dir.path().string());
+  ScopedEnv config("XDG_CONFIG_HOME", dir / "config");
+  std::filesystem::create_directories(dir / "config");
+  quorvi::testing::WriteFile(dir / "config/user-dirs.dirs",
+                             "# written by xdg-user-dirs-update\n"
+                             "XDG_DESKTOP_DIR=\"$HOME/Schreibtisch\"\n"
+                             "XDG_MUSIC_DIR=\"/srv/music\"\n");
+  const std::pair<const char*, std::string> cases[] = {
+      {"desktop", dir / "Schreibtisch"},
+      {"My Music", "/srv/music"},
+      {"Personal", dir / "Documents"},
+      {"AppData", dir / "config"},
+      {"No Such Folder", kGetValueError},
+  };
+  for (const auto& [name, folder] : cases)
+    EXPECT_EQ(reg.RegGetValueEx(kUser, platform::kShellFoldersKey, name), folder) << name;
+}
+
+}  // namespace
+}  // namespace quorvi::detail
