@@ -1,0 +1,122 @@
+#include "ftp/command_line.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <utility>
+
+namespace quorvi::detail {
+namespace {
+
+constexpr std::string_view kPathCommands = "CWD,LIST,PWD,DELE,MKD,RETR,RMD,RNFR,STOR";
+constexpr std::string_view kLineEnd = "\r\n";
+constexpr std::string_view kMaskedPassword = "********";
+
+// States entered by sending a command, whatever operation runs.
+constexpr std::array<std::pair<std::string_view, FtpStates>, 12> kCommandStates{{
+    {"USER", ftpAuthentication},
+    {"PASS", ftpAuthentication},
+    {"CWD", ftpChangingCurrentDirectory},
+    {"DELE", ftpDeletingFile},
+    {"RMD", ftpRemovingDirectory},
+    {"MKD", ftpCreatingDirectory},
+    {"RNFR", ftpRenamingFile},
+    {"LIST", ftpRetrievingDirectoryInfo},
+    {"PWD", ftpRetrievingDirectoryInfo},
+    {"RETR", ftpDownloadInProgress},
+    {"STOR", ftpUploadInProgress},
+    {"QUIT", ftpQuiting},
+}};
+
+// Data-connection set-up commands take the state of the operation they serve.
+constexpr std::array<std::string_view, 4> kDataSetupCommands{"TYPE", "PASV", "PORT", "REST"};
+constexpr std::array<std::pair<FtpOperations, FtpStates>, 4> kDataSetupStates{{
+    {opListDirectory, ftpRetrievingDirectoryInfo},
+    {opDownload, ftpDownloadInProgress},
+    {opUpload, ftpUploadInProgress},
+    {opGetFileSize, ftpGetFileSize},
+}};
+
+std::string AsciiUpper(std::string_view text) {
+  std::string upper(text);
+  std::transform(upper.begin(), upper.end(), upper.begin(),
+                 [](char c) { return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 'a' + 'A') : c; });
+  return upper;
+}
+
+void ReplaceAll(std::string& text, std::string_view from, std::string_view to) {
+  for (std::size_t at = text.find(from); at != std::string::npos; at = text.find(from, at)) {
+    text.replace(at, from.size(), to);
+  }
+}
+
+// "LIST" requests become the session's listing line; other commands are "WORD ARG".
+std::string WireLine(const std::string& command, const std::string& argument,
+                     const CommandLineSettings& settings) {
+  std::string head = command;
+  if (command == "LIST") {
+    if (settings.list_command == "MLSD") {
+      head = "MLSD";
+    } else if (settings.list_all) {
+      head = "LIST -al";
+    }
+  }
+  // A listing of the current folder goes out without a dangling blank.
+  if (argument.empty()) return head + std::string(kLineEnd);
+  return head + " " + argument + std::string(kLineEnd);
+}
+
+}  // namespace
+
+bool IsMarkerArgument(std::string_view argument) {
+  return argument == kCommandTestMarker || argument == kKeepLastCommandMarker;
+}
+
+bool IsPathCommand(std::string_view upper_command) {
+  return kPathCommands.find(upper_command) != std::string_view::npos;
+}
+
+std::string ToServerPath(std::string_view path, std::string_view path_prefix) {
+  if (path == "/" || path == "\\") return "/";
+  if (path_prefix.size() < 2 || path.empty() || (path[0] != '/' && path[0] != '\\')) {
+    return std::string(path);
+  }
+  std::string joined = std::string(path_prefix) + "/" + std::string(path);
+  std::replace(joined.begin(), joined.end(), '\\', '/');
+  ReplaceAll(joined, "//", "/");
+  return joined;
+}
+
+CommandLine BuildCommandLine(std::string_view command, std::string_view argument,
+                             const CommandLineSettings& settings) {
+  CommandLine out;
+  out.command = AsciiUpper(command);
+  out.sets_last_command = !IsMarkerArgument(argument);
+  out.argument = out.sets_last_command ? std::string(argument) : std::string();
+  const bool credential = out.command == "USER" || out.command == "PASS";
+  if (!out.argument.empty() && credential && settings.decipher) {
+    out.argument = settings.decipher(out.argument);
+  }
+  if (!out.argument.empty() && IsPathCommand(out.command)) {
+    out.argument = ToServerPath(out.argument, settings.path_prefix);
+  }
+  out.line = WireLine(out.command, out.argument, settings);
+  out.message = out.command + " " +
+                (out.command == "PASS" ? std::string(kMaskedPassword) : out.argument);
+  return out;
+}
+
+FtpStates StateForCommand(std::string_view upper_command, FtpOperations operation) {
+  for (const auto& [word, state] : kCommandStates) {
+    if (word == upper_command) return state;
+  }
+  if (std::find(kDataSetupCommands.begin(), kDataSetupCommands.end(), upper_command) !=
+      kDataSetupCommands.end()) {
+    for (const auto& [op, state] : kDataSetupStates) {
+      if (op == operation) return state;
+    }
+  }
+  return ftpFreeState;
+}
+
+}  // namespace quorvi::detail

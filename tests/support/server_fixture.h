@@ -1,0 +1,126 @@
+// Real servers for integration tests: each started from tests/fixtures/ on a free loopback port
+// with a fresh temporary root, stopped by PID when the object goes away.
+//
+//   class VsftpdTest : public quorvi::test::ServerSuite<VsftpdTest> {
+//    public:
+//     static quorvi::test::ServerSpec Spec() { return {quorvi::test::ServerKind::Vsftpd}; }
+//   };
+//   TEST_F(VsftpdTest, Greets) { ... server().port() ... }
+//
+// A server whose program is not installed skips the suite's tests, except under CI (CI=true),
+// where that is a failure: CI must prove the fixtures.
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace quorvi::test {
+
+enum class ServerKind {
+  Vsftpd,     ///< vsftpd 3.0: one-line greeting, no MLSD
+  PureFtpd,   ///< pure-ftpd 1.0: multi-line greeting and 226, MLSD
+  Proftpd,    ///< ProFTPD 1.3: MLSD, SIZE refused in TYPE A
+  FaultFtpd,  ///< pyftpdlib with scripted faults (args: --fault NAME, --reply CMD=TEXT, ...)
+  Nginx,      ///< HTTP/1.1 server over the root (Range, 206/416/404)
+  Tinyproxy,  ///< HTTP proxy (GET and CONNECT); env PROXY_AUTH=user:pass adds Basic auth
+};
+
+/// Display name of a kind ("vsftpd", "pure-ftpd", ...).
+const char* KindName(ServerKind kind);
+
+/// What to start.
+struct ServerSpec {
+  ServerSpec(ServerKind k, std::vector<std::string> a = {},
+             std::vector<std::pair<std::string, std::string>> e = {})
+      : kind(k), args(std::move(a)), env(std::move(e)) {}
+
+  ServerKind kind;
+  std::vector<std::string> args;                            ///< extra script arguments
+  std::vector<std::pair<std::string, std::string>> env;     ///< extra environment variables
+};
+
+/// One running server. The destructor stops it by PID and removes its temporary folder
+/// (kept when QUORVI_KEEP_FIXTURES is set, for post-mortems).
+class TestServer {
+ public:
+  TestServer(ServerKind kind, std::filesystem::path base, std::uint16_t port, pid_t pid,
+             std::chrono::milliseconds startup);
+  ~TestServer();
+  TestServer(const TestServer&) = delete;
+  TestServer& operator=(const TestServer&) = delete;
+
+  ServerKind kind() const { return kind_; }
+  std::string host() const { return "127.0.0.1"; }
+  std::uint16_t port() const { return port_; }
+  /// Login of the FTP servers ("ftptest"/"ftptest"); anonymous works too. Empty for HTTP kinds.
+  std::string user() const;
+  std::string password() const;
+  /// The served folder (FTP root, nginx document root); writable "pub/" inside for anonymous.
+  const std::filesystem::path& root() const { return root_; }
+  /// Config copies and logs.
+  const std::filesystem::path& state_dir() const { return state_; }
+  /// The log that shows the protocol or the requests (vsftpd.log, protocol.log, access.log, ...).
+  std::filesystem::path log_path() const;
+  pid_t pid() const { return pid_; }
+  /// How long the start script took until the port accepted connections.
+  std::chrono::milliseconds startup() const { return startup_; }
+  /// Writes a file below root(), owned by the user the server writes as.
+  std::filesystem::path WriteFile(const std::string& relative, const std::string& content) const;
+
+ private:
+  ServerKind kind_;
+  std::filesystem::path base_, root_, state_;
+  std::uint16_t port_;
+  pid_t pid_;
+  std::chrono::milliseconds startup_;
+};
+
+/// Result of a start attempt.
+struct StartOutcome {
+  std::unique_ptr<TestServer> server;  ///< null when the start failed
+  std::string problem;                 ///< why it failed
+  bool missing = false;                ///< the program is not installed (or we are not root)
+};
+
+/// Starts a server on a free loopback port (a few retries if the port is taken meanwhile).
+StartOutcome StartServer(const ServerSpec& spec);
+
+/// tests/fixtures of this source tree.
+std::filesystem::path FixturesDir();
+/// True when CI=true: missing servers fail instead of skipping.
+bool RunningUnderCi();
+
+/// One server per test suite: started in SetUpTestSuite, stopped in TearDownTestSuite.
+/// `Suite` provides `static ServerSpec Spec()`.
+template <typename Suite>
+class ServerSuite : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() { Outcome() = StartServer(Suite::Spec()); }
+  static void TearDownTestSuite() { Outcome() = StartOutcome{}; }
+
+  void SetUp() override {
+    const StartOutcome& outcome = Outcome();
+    if (outcome.server) return;
+    if (outcome.missing && !RunningUnderCi()) GTEST_SKIP() << outcome.problem;
+    FAIL() << outcome.problem;
+  }
+
+  static TestServer& server() { return *Outcome().server; }
+
+ private:
+  static StartOutcome& Outcome() {
+    static StartOutcome outcome;
+    return outcome;
+  }
+};
+
+}  // namespace quorvi::test

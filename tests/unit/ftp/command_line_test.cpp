@@ -1,0 +1,94 @@
+#include "ftp/command_line.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace quorvi::detail {
+namespace {
+
+TEST(CommandLine, ToServerPathPlacesAbsolutePathsUnderThePrefix) {
+  struct Case { std::string path, prefix, wire; };
+  const std::vector<Case> cases = {
+      {"\\pub\\incoming", "", "\\pub\\incoming"},
+      {"\\pub\\incoming", "/home/u", "/home/u/pub/incoming"},
+      {"/pub//a", "/home/u/", "/home/u/pub/a"},
+      {"/", "/home/u", "/"},
+      {"\\", "/home/u", "/"},
+      {"relative/x", "/home/u", "relative/x"},
+      {"/x", "/", "/x"},                       // a one-character prefix is no prefix
+      {"", "/home/u", ""},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(ToServerPath(c.path, c.prefix), c.wire) << c.path << " under " << c.prefix;
+  }
+}
+
+TEST(CommandLine, BuildsLinesMessagesAndLastCommand) {
+  struct Case {
+    std::string command, argument;
+    CommandLineSettings settings;
+    std::string line, message;
+    bool sets_last;
+  };
+  CommandLineSettings prefixed;
+  prefixed.path_prefix = "/home/u";
+  CommandLineSettings list_all;
+  list_all.list_all = true;
+  CommandLineSettings mlsd;
+  mlsd.list_command = "MLSD";
+  mlsd.list_all = true;
+  const std::vector<Case> cases = {
+      {"noop", "", {}, "NOOP\r\n", "NOOP ", true},
+      {"cwd", "\\pub", prefixed, "CWD /home/u/pub\r\n", "CWD /home/u/pub", true},
+      {"SIZE", "/pub/a", prefixed, "SIZE /pub/a\r\n", "SIZE /pub/a", true},  // not a path command
+      {"RNTO", "/b", prefixed, "RNTO /b\r\n", "RNTO /b", true},
+      {"LIST", "/x", list_all, "LIST -al /x\r\n", "LIST /x", true},
+      {"LIST", "/x", mlsd, "MLSD /x\r\n", "LIST /x", true},
+      {"LIST", "", mlsd, "MLSD\r\n", "LIST ", true},
+      {"LIST", "/x", {}, "LIST /x\r\n", "LIST /x", true},
+      {"PASS", "s3cret", {}, "PASS s3cret\r\n", "PASS ********", true},
+      {"MLSD", "useforftpcommandtest", {}, "MLSD\r\n", "MLSD ", false},
+      {"NOOP", "no_change_lastsendcommand", {}, "NOOP\r\n", "NOOP ", false},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.command + " " + c.argument);
+    const CommandLine built = BuildCommandLine(c.command, c.argument, c.settings);
+    EXPECT_EQ(built.line, c.line);
+    EXPECT_EQ(built.message, c.message);
+    EXPECT_EQ(built.sets_last_command, c.sets_last);
+  }
+}
+
+TEST(CommandLine, DeciphersOnlyCredentials) {
+  CommandLineSettings settings;
+  settings.decipher = [](const std::string& text) { return "plain-" + text; };
+  EXPECT_EQ(BuildCommandLine("user", "x", settings).line, "USER plain-x\r\n");
+  EXPECT_EQ(BuildCommandLine("PASS", "y", settings).message, "PASS ********");
+  EXPECT_EQ(BuildCommandLine("ACCT", "z", settings).line, "ACCT z\r\n");
+  EXPECT_EQ(BuildCommandLine("PASS", "", settings).line, "PASS\r\n");
+}
+
+TEST(CommandLine, StateFollowsTheCommandAndTheRunningOperation) {
+  struct Case { std::string command; FtpOperations operation; FtpStates state; };
+  const std::vector<Case> cases = {
+      {"PASS", opConnect, ftpAuthentication},
+      {"PWD", opGetCurrentDirectory, ftpRetrievingDirectoryInfo},
+      {"RNFR", opRenameFile, ftpRenamingFile},
+      {"QUIT", opQuit, ftpQuiting},
+      {"RETR", opUpload, ftpDownloadInProgress},   // the command decides, not the operation
+      {"TYPE", opListDirectory, ftpRetrievingDirectoryInfo},
+      {"PORT", opUpload, ftpUploadInProgress},
+      {"TYPE", opGetFileSize, ftpGetFileSize},
+      {"REST", opRawCommand, ftpFreeState},
+      {"SIZE", opGetFileSize, ftpFreeState},
+      {"RNTO", opRenameFile, ftpFreeState},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(StateForCommand(c.command, c.operation), c.state) << c.command;
+  }
+}
+
+}  // namespace
+}  // namespace quorvi::detail
