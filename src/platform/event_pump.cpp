@@ -111,7 +111,8 @@ void EventPump::DeliverNotifications() {
   while (count-- > 0 && !queue_.empty()) {
     Notification n = queue_.front();
     queue_.pop_front();
-    if (sink_) sink_(n);
+    // A copy: the sink may replace itself while it runs (the last socket unregisters).
+    if (auto sink = sink_) sink(n);
   }
 }
 
