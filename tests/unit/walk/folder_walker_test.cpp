@@ -1,0 +1,158 @@
+#include "local/folder_walker.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+namespace fs = std::filesystem;
+using namespace quorvi::detail;
+
+namespace {
+
+class WalkTree : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    root_ = fs::temp_directory_path() /
+            ("quorvi_walk_" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) +
+             "_" + ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    fs::remove_all(root_);
+    fs::create_directories(root_);
+    d_ = root_.string() + "/d";
+  }
+  void TearDown() override { fs::remove_all(root_); }
+
+  void File(const std::string& rel, std::size_t bytes = 0) {
+    const fs::path p = root_ / rel;
+    fs::create_directories(p.parent_path());
+    std::ofstream(p) << std::string(bytes, 'x');
+  }
+  void Folder(const std::string& rel) { fs::create_directories(root_ / rel); }
+  // The classic tree: a.txt, sub/b.txt and an empty folder e.
+  void ClassicTree() {
+    File("d/a.txt", 10);
+    File("d/sub/b.txt", 20);
+    File("d/sub/deeper/c.txt", 30);
+    File("d/sub/z.txt", 40);
+    Folder("d/e");
+  }
+  std::string Walk(std::string path, bool recursive = true, std::int16_t flag = 2,
+                   const WalkHooks& hooks = {}) {
+    return GetFolderFilePath(path, recursive, flag, hooks);
+  }
+
+  fs::path root_;
+  std::string d_;
+};
+
+TEST_F(WalkTree, EntryListByFlagAndRecursion) {
+  ClassicTree();
+  struct Case {
+    bool recursive;
+    std::int16_t flag;
+    std::string expected;  // "@" stands for the folder d
+  } cases[] = {
+      {true, 2,
+       "@/a.txt|0*@/e|1*@/sub|1*@/sub/b.txt|0*@/sub/deeper|1*@/sub/z.txt|0*@/sub/deeper/c.txt|0"},
+      {true, 7,
+       "@/a.txt|0*@/e|1*@/sub|1*@/sub/b.txt|0*@/sub/deeper|1*@/sub/z.txt|0*@/sub/deeper/c.txt|0"},
+      {true, 0, "@/a.txt*@/sub/b.txt*@/sub/z.txt*@/sub/deeper/c.txt"},
+      {true, 1, "@/e*@/sub*@/sub/deeper"},
+      {false, 0, "@/a.txt"},
+      {false, 2, "@/a.txt|0*@/e|1*@/sub|1"}};
+  for (const Case& c : cases) {
+    std::string expected = c.expected;
+    for (auto pos = expected.find('@'); pos != std::string::npos; pos = expected.find('@'))
+      expected.replace(pos, 1, d_);
+    EXPECT_EQ(Walk(d_, c.recursive, c.flag), expected) << c.recursive << " " << c.flag;
+  }
+}
+
+TEST_F(WalkTree, EmptyAndFolderOnlyTreesAndBackslashes) {
+  Folder("d");
+  EXPECT_EQ(Walk(d_), "");
+  Folder("d/p/q");
+  EXPECT_EQ(Walk(d_), d_ + "/p|1*" + d_ + "/p/q|1");
+  std::string with_backslashes = d_ + "\\p";
+  EXPECT_EQ(GetFolderFilePath(with_backslashes), d_ + "/p/q|1");
+  EXPECT_EQ(with_backslashes, d_ + "/p/");
+}
+
+TEST_F(WalkTree, PatternListsMatchingFilesOfThatFolderOnly) {
+  File("d/a.txt");
+  File("d/B.TXT");
+  File("d/c.doc");
+  File("d/sub/deep.txt");
+  EXPECT_EQ(Walk(d_ + "/*.txt"), d_ + "/B.TXT*" + d_ + "/a.txt");
+  EXPECT_EQ(Walk(d_ + "/?.doc"), d_ + "/c.doc");
+  EXPECT_EQ(Walk(d_ + "/none/*.txt"), "Error:Path not found(" + d_ + "/none/)#|#76");
+  FolderTotals totals;
+  EXPECT_EQ(LocalFolderFileCount(totals, d_ + "/*.txt", 0), 2);
+  EXPECT_EQ(LocalFolderFileCount(totals, d_, 0), 4);
+}
+
+TEST_F(WalkTree, HiddenEntriesAreListedButHiddenFoldersAreNotCounted) {
+  File("d/.hidden", 5);
+  File("d/.cache/inside", 7);
+  File("d/v.txt", 3);
+  EXPECT_EQ(Walk(d_),
+            d_ + "/.cache|1*" + d_ + "/.hidden|0*" + d_ + "/v.txt|0*" + d_ + "/.cache/inside|0");
+  FolderTotals totals;
+  EXPECT_EQ(LocalFolderSize(totals, d_, 0), 8);
+  EXPECT_EQ(LocalFolderFileCount(totals, d_, 0), 2);
+}
+
+TEST_F(WalkTree, SymlinkedFoldersAreListedNotDescended) {
+  File("d/a.txt", 4);
+  fs::create_directory_symlink(root_ / "d", root_ / "d/loop");
+  fs::create_symlink(root_ / "d/missing", root_ / "d/dangling");
+  EXPECT_EQ(Walk(d_), d_ + "/a.txt|0*" + d_ + "/dangling|0*" + d_ + "/loop|1");
+  FolderTotals totals;
+  EXPECT_EQ(LocalFolderSize(totals, d_, 0), 4);
+  EXPECT_EQ(LocalFolderFileCount(totals, d_, 0), 2);
+}
+
+TEST_F(WalkTree, VanishedSubfolderBecomesAnErrorEntryAndTheWalkGoesOn) {
+  ClassicTree();
+  File("d/zz/c.txt");
+  int pumps = 0;
+  std::vector<std::string> log;
+  WalkHooks hooks{[&] {
+                    if (++pumps == 1) fs::remove_all(root_ / "d/sub");
+                  },
+                  [&](const std::string& line) { log.push_back(line); }};
+  const std::string list = Walk(d_, true, 2, hooks);
+  EXPECT_EQ(list, d_ + "/a.txt|0*" + d_ + "/e|1*" + d_ + "/sub|1*" + d_ +
+                      "/zz|1*Error:Path not found(" + d_ + "/sub/)#|#76*" + d_ + "/zz/c.txt|0");
+  ASSERT_EQ(log.size(), 1u);
+  EXPECT_EQ(log[0], "ListDirs[" + d_ + "/sub/](" + d_ + "/sub/)Path not found");
+  EXPECT_GE(pumps, 5);  // after every entry
+}
+
+TEST_F(WalkTree, SizeWalkNormalisesAndCountsEveryLevel) {
+  ClassicTree();
+  File("d/sub/more/c.bin", 100);
+  FolderTotals totals;
+  EXPECT_EQ(LocalFolderSize(totals, d_ + "//", 0), 200);
+  EXPECT_EQ(LocalFolderSize(totals, d_ + "\\sub", 0), 190);
+  EXPECT_EQ(LocalFolderSize(totals, d_ + "/none", 0), 0);
+  EXPECT_EQ(LocalFolderSize(totals, "relative/path", 0), 0);
+  EXPECT_EQ(LocalFolderFileCount(totals, d_ + "/none", 0), 0);
+  // A nested call adds to the running total instead of resetting it.
+  totals.size = 1000;
+  EXPECT_EQ(LocalFolderSize(totals, d_ + "/sub/more/", 1), 1100);
+}
+
+TEST_F(WalkTree, SizeWalkSkipsASubfolderThatVanishes) {
+  File("d/k/file", 1);
+  File("d/top", 3);
+  int pumps = 0;
+  WalkHooks hooks{[&] {
+                    if (++pumps == 1) fs::remove_all(root_ / "d/k");
+                  },
+                  {}};
+  FolderTotals totals;
+  EXPECT_EQ(LocalFolderSize(totals, d_, 0, hooks), 3);
+}
+
+}  // namespace
