@@ -197,6 +197,25 @@ class FtpLibrary {
   /// Retry notice of the transfer engine ("" while transfers run normally).
   std::string TransferState() const;
 
+  // ---- Session and remote operations -------------------------------------------------------
+  /// Opens the control connection and logs in (returns at once when already logged in).
+  bool Connect();
+  /// Sends QUIT (waiting about a second), closes the control connection, stops the timers.
+  bool CloseConnection();
+  /// Stops the running operation; false only when waiting for the ABOR reply failed.
+  bool Abort();
+  /// Skips the current file of a batch transfer (the batch goes on with the next file).
+  void AbortCurrent();
+  /// Deletes a remote file; the path goes to the server unchanged.
+  bool DeleteFile(const std::string& FilePath);
+  /// Renames or moves a remote file or folder (RNFR, RNTO).
+  bool RenameFile(const std::string& OldFileName, const std::string& NewFileName);
+  /// Sends any command and returns the server's whole reply (CR LF included); a negative
+  /// reply is a result, not an error. On failure: "ExeFtpCmd:command not understood;N#TEXT".
+  std::string ExeFtpCmd(const std::string& cmd, const std::string& Arguments = "");
+  /// Asks the server for the working directory (PWD).
+  std::string GetCurrentDirectory();
+
   // ---- Local files and paths ----------------------------------------------------------------
   /// Creates an empty file and its missing folders; false when the file already exists.
   bool CreateLocalFile(const std::string& FilePath);
@@ -226,12 +245,121 @@ class FtpLibrary {
   std::string GetParentFolderPath(const std::string& FolderPath);
 
   // ---- Folder walking and display formats ---------------------------------------------------
+  /// Files and folders below FolderPath, full paths joined by "*". Flag 0 lists files, 1
+  /// folders, anything else both marked "|0" (file) or "|1" (folder). A last part such as
+  /// "*.txt" lists the matching files of that folder only. "" when the folder cannot be read.
+  std::string GetFolderFilePath(const std::string& FolderPath, bool Recursive = true,
+                                std::int16_t Flag = 2);
+  /// Total bytes of the files below a folder (hidden subfolders excluded); 0 when missing.
+  /// i is the walk's own recursion marker: hosts pass 0.
+  double GetLocalFolderSize(const std::string& FolderPath, std::int32_t i = 0);
+  /// Number of files below a folder, or of a pattern's matches in its folder; i as above.
+  double GetLocalFolderFileCount(const std::string& FolderPath, std::int32_t i = 0);
+  /// Mount points joined by "|"; DriveType 2 removable, 3 fixed, 4 network, 5 optical,
+  /// 6 RAM disk, below 1 all.
+  std::string GetDriveNames(std::int16_t DriveType = 0);
+  /// "1.5 MB", "2 KB", "512 Bytes".
+  std::string FormatFileSize(double FileSize);
+  /// "01:02:05" (TimeType 0) or "1 Hrs 2 Mins 5 Secs" (TimeType 1).
+  std::string FormatTime(std::int32_t Seconds, std::int16_t TimeType = 0);
 
   // ---- Transfer lists and queue -------------------------------------------------------------
+  /// Queues a local file, folder or pattern for the running upload (counted in QueueTotal).
+  void AppendTransferList(const std::string& FilePath);
+  /// Cancels a queued or listed local path so that the upload leaves it out.
+  void RemoveTransferList(const std::string& FilePath);
+  /// RemoveTransferList when Delete, AppendTransferList otherwise.
+  void ChangeTransferList(const std::string& FilePath, bool Delete = true);
+  /// Position of the file being transferred, from 1.
+  std::int32_t QueueIndex() const;
+  /// Number of files the current job expects.
+  std::int32_t QueueTotal() const;
+  /// Local paths of the files transferred by the last job, "|"-separated.
+  std::string TransferedLocalFiles();
+  /// Remote paths of the files transferred by the last job, "|"-separated.
+  std::string TransferedRemoteFiles();
+  /// Source paths of the files the replace policy skipped, "|"-separated.
+  std::string SkippedFiles();
+  /// Local paths canceled with RemoveTransferList, "|"-separated.
+  std::string CanceledFileList() const;
+  /// Paths of the files AbortCurrent abandoned, "|"-separated.
+  std::string AbortedFileList() const;
 
   // ---- Progress -----------------------------------------------------------------------------
+  /// Size of the current file in bytes.
+  double FileSize() const;
+  /// Progress of the whole job in percent (with ShowTotalPercent).
+  std::int16_t TotalPercent() const;
+  /// Bytes of the job done (with ShowTotalPercent).
+  double TotalTransferSize() const;
+  /// Bytes the job expects (with ShowTotalPercent).
+  double TotalFileSize() const;
+  /// Current rate of the file, bytes per second.
+  std::int32_t Speed() const;
+  /// Average of the job's speed samples, bytes per second.
+  std::int32_t SpeedAvg() const;
+  /// Whole seconds since the job started.
+  std::int32_t ElapsedTime() const;
+  /// Whole seconds since the current file started.
+  std::int32_t ElapsedTimeCurFile() const;
+  /// Estimated seconds left for the current file (at most 2,000,000,000).
+  std::int32_t LeftTime();
 
   // ---- Shell, dialogs, registry and system folders ------------------------------------------
+  /// Starts a program with the command line "\"FilePath\" Param" split into words as a shell
+  /// would (no shell runs); returns its process id, 0 on failure. WinStyle is accepted (0-4, 6)
+  /// and ignored.
+  std::int32_t Run(const std::string& FilePath, const std::string& Param = "",
+                   std::int32_t WinStyle = 1);
+  /// Opens a document, folder or address with xdg-open, or starts an executable file with Param;
+  /// above 32 means success, otherwise a shell error code (2: not found).
+  std::int32_t Execute(const std::string& FilePath, const std::string& Param = "",
+                       std::int32_t WinStyle = 1);
+  /// Shows a folder in the file browser; Action 1 shows the folder that holds FilePath.
+  bool Explore(const std::string& FilePath, std::int16_t Action = 0,
+               const std::string& Param = "");
+  /// Asks the provider for a folder; the answer ends with "/" ("" when cancelled).
+  std::string ShowBrowseFolderDialog(const std::string& Title = "",
+                                     const std::string& InitDir = "");
+  /// Asks the provider for a file to save to, proposing the name of FileName.
+  std::string ShowSaveFileDialog(const std::string& FileName = "");
+  /// Asks the provider for files ("jpg,png" or "*.txt" patterns, else FileType); several are
+  /// joined by "|".
+  std::string ShowOpenFileDialog(const std::string& FileFilter = "", bool MultiSelect = true);
+  /// The component's "Windows" folder, ending with "/".
+  std::string GetWindowsPath();
+  /// The component's system folder (where the log lives), ending with "/".
+  std::string GetSystemPath();
+  /// The temporary folder, ending with "/".
+  std::string GetTempPath();
+  /// A special folder of the user by its "Shell Folders" name ("Desktop", "Personal", ...),
+  /// ending with "/"; "GetValueError/" for an unknown name.
+  std::string GetShellFolder(const std::string& name);
+  /// Shows the about box through the provider.
+  void About();
+  /// Creates (or opens) the key SubKey under the root hKey ("HKEY_CURRENT_USER" or "&H80000001").
+  bool RegCreate(const std::string& hKey, const std::string& SubKey);
+  /// Sets the default value of the key as text, creating the key when needed.
+  bool RegSetValue(const std::string& hKey, const std::string& SubKey, const std::string& Value);
+  /// Writes the value name of an existing key as "REG_SZ" text or a "REG_DWORD" number.
+  bool RegSetValueEx(const std::string& hKey, const std::string& SubKey, const std::string& name,
+                     const std::string& Value, const std::string& strType = "REG_SZ");
+  /// Deletes the key with all its subkeys.
+  bool RegDelete(const std::string& hKey, const std::string& SubKey);
+  /// Deletes the default value of the key.
+  bool RegDeleteValue(const std::string& hKey, const std::string& SubKey);
+  /// Deletes the value name of the key.
+  bool RegDeleteValueEx(const std::string& hKey, const std::string& SubKey,
+                        const std::string& name);
+  /// The default value of the key as text, "GetValueError" on failure.
+  std::string RegGetValue(const std::string& hKey, const std::string& SubKey);
+  /// The value name as text (a number in decimal, binary as "1A 0 FF "), "GetValueError" on
+  /// failure.
+  std::string RegGetValueEx(const std::string& hKey, const std::string& SubKey,
+                            const std::string& name);
+  /// True when the key exists.
+  bool RegExists(const std::string& hKey, const std::string& SubKey);
+
 
   /// Internal state, for the component's own subsystems.
   detail::Core& core() { return *core_; }
