@@ -86,7 +86,8 @@ std::string Core::ErrorInfo() const {
   if (number == kCanceled) return GetMessage(kCanceledMessage);
   std::string text = error().Description();
   if (TrimBlanks(text).empty()) text = rt.last_error_text;
-  if (text.empty()) text = GetErrorText(number);
+  // No error at all reads as empty text, not as the unknown-error message.
+  if (text.empty() && number != 0) text = GetErrorText(number);
   return text;
 }
 

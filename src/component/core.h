@@ -21,6 +21,9 @@
 namespace quorvi::detail {
 
 class FtpSession;
+class DataConnection;
+class TransferEngine;
+class HttpDownloader;
 
 /// Settings written by the host (the property storage; rules live in the property code).
 struct Settings {
@@ -104,6 +107,12 @@ class Core {
   OnTopList on_top;
   /// The FTP control connection (src/ftp/session.h), created on first use.
   std::shared_ptr<FtpSession> session;
+  /// The data connection and the browsing state (src/ftp/data_connection.h), created on first use.
+  std::shared_ptr<DataConnection> data_connection;
+  /// The download/upload engines' state (src/transfer/local_file.h), created on first use.
+  std::shared_ptr<TransferEngine> engine;
+  /// The HTTP downloader (src/http/http_downloader.h), created on first use.
+  std::shared_ptr<HttpDownloader> http;
 
   /// Steps of EndAsyncMethod that belong to other subsystems (closing a transfer's local file,
   /// releasing the HTTP connection); run in registration order before the operation is cleared.

@@ -1,0 +1,159 @@
+// The command channel: sending a command line (reconnecting first when the control connection
+// dropped), assembling replies from the control socket's data notifications, and the wait loop.
+#include "ftp/command_channel.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "component/component_error.h"
+#include "component/credential_cipher.h"
+#include "component/error_object.h"
+#include "ftp/command_line.h"
+#include "ftp/reply_parser.h"
+#include "ftp/session.h"
+#include "local/encoding.h"
+
+namespace quorvi::detail {
+
+namespace {
+constexpr std::int32_t kTimedOut = 20004;
+constexpr std::int32_t kReconnectFailed = 16008;
+constexpr std::int32_t kUnfinished = 16009;
+constexpr int kReconnectPauseMs = 1000;
+}  // namespace
+
+bool WaitWhile(Core& core, const std::function<bool()>& running, int limit_seconds,
+               const std::function<void()>& each_turn) {
+  long counter = 0;
+  while (core.error().Number() == 0 && running()) {
+    ++counter;
+    core.pump().Sleep(kWaitStepMs);
+    if (each_turn) each_turn();
+    if (counter > 100L * limit_seconds) return false;  // counter / 100 > limit, unrounded
+  }
+  return true;
+}
+
+bool FtpSession::WaitForOperation(std::initializer_list<FtpOperations> ops, int limit_seconds,
+                                  bool fail_on_timeout, const std::function<void()>& each_turn) {
+  const std::vector<FtpOperations> awaited(ops);
+  const int limit = limit_seconds > 0 ? limit_seconds : TimeOutSeconds();
+  const bool done = WaitWhile(
+      core_,
+      [&] {
+        return std::find(awaited.begin(), awaited.end(), core_.rt.operation) != awaited.end();
+      },
+      limit, each_turn);
+  if (!done && fail_on_timeout) Fail(kTimedOut);
+  return done;
+}
+
+bool FtpSession::RequireFree(const std::string& procedure) {
+  if (core_.rt.operation == opNone) return true;
+  core_.rt.last_error_number = kUnfinished;
+  core_.rt.last_error_text = GetErrorText(kUnfinished);
+  WriteLog("FtpLibrary." + procedure + "|" + core_.rt.last_error_text + "(16009)");
+  if (core_.settings.raise_error_event && !core_.rt.aborting_current) core_.on_error.Raise();
+  return false;
+}
+
+bool FtpSession::Succeeded() {
+  if (core_.error().Number() != 0) return false;
+  core_.ClearLastError();
+  return true;
+}
+
+bool FtpSession::SendFtpCommand(const std::string& command, const std::string& argument) {
+  const FtpOperations saved = core_.rt.operation;
+  try {
+    if (m_objControlSocket.State() != sckConnected) {
+      WriteLog("ReConnect SendFtpCommand=" + command);
+      reconnecting = true;
+      bool ok = ReConnect();
+      if (!ok) {
+        core_.pump().Sleep(kReconnectPauseMs);
+        ok = ReConnect();
+      }
+      if (!ok) {
+        WriteLog("ReConnect1 SendFtpCommand=" + command);
+        core_.pump().Sleep(kReconnectPauseMs);
+        ok = ReConnect();
+      }
+      reconnecting = false;
+      core_.rt.operation = saved;
+      if (!ok) Fail(core_.ErrorNumber() != 0 ? core_.ErrorNumber() : kReconnectFailed);
+    }
+
+    reply_buffer.clear();
+    pending_reply_.clear();
+    core_.SetState(ftpFreeState, false);
+
+    CommandLineSettings line_settings{
+        path_prefix, core_.rt.list_command, core_.settings.list_all, {}};
+    if (core_.settings.cipher_on)
+      line_settings.decipher = [](const std::string& text) { return Decipher(text); };
+    const CommandLine line = BuildCommandLine(command, argument, line_settings);
+
+    core_.SetState(StateForCommand(line.command, core_.rt.operation));
+    if (line.sets_last_command) last_command = line.command;
+    if (line.command == "LIST") WriteLog("CMD:" + line.line);
+
+    double length = static_cast<double>(ToAnsi(line.line).size());
+    m_objControlSocket.SendData(SocketValue(line.line), length,
+                                !core_.settings.passive_mode && line.command == "LIST",
+                                core_.settings.utf8);
+    if (core_.rt.operation != opCommandTest) core_.ReportMessage(line.message, FTP_USER_COMMAND);
+    return true;
+  } catch (const ComponentError& e) {
+    reconnecting = false;
+    core_.rt.operation = saved;
+    detail::RecordError("SendFtpCommand", e.number(), e.text());
+  } catch (const std::exception& e) {
+    reconnecting = false;
+    core_.rt.operation = saved;
+    detail::RecordError("SendFtpCommand", core_.ErrorNumber(), e.what());
+  }
+  return false;
+}
+
+void FtpSession::OnControlDataArrival() {
+  core_.rt.last_command_time = static_cast<double>(platform::TickCount()) / 1000.0;
+  // While idle the data stays unread: a keep-alive reply is read with the next reply.
+  if (core_.rt.operation == opNone) return;
+
+  SocketValue data;
+  std::string text;
+  if (core_.settings.utf8) {
+    m_objControlSocket.GetData(data, vbByteArray);
+    if (const auto* bytes = std::get_if<ByteArray>(&data)) text = DecodeUTF8(bytes->bytes);
+  } else {
+    m_objControlSocket.GetData(data, vbString);
+    if (const auto* s = std::get_if<std::string>(&data)) text = *s;
+  }
+  // The buffer keeps the untrimmed text: a reply split right after its code's blank must still
+  // read as "xyz text". The reply as dispatched is everything since the last complete reply, so
+  // a reply that came in pieces is reported and returned whole.
+  last_received = TrimReceived(text);
+  reply_buffer += text;
+  pending_reply_ += text;
+
+  const std::uint64_t before = dispatch_count_;
+  ReplyWaitHooks wait{[this] { core_.pump().DoEvents(); }, [this] { return reply_buffer; },
+                      [this] { return m_objControlSocket.State() == sckConnected; }};
+  const int code = GetResponseCode(reply_buffer, wait);
+  // A nested notification (pumped while waiting) may already have handled this reply.
+  if (code == 0 || dispatch_count_ != before) return;
+
+  ++dispatch_count_;
+  const std::string received = TrimReceived(pending_reply_);
+  pending_reply_.clear();
+  if (core_.rt.operation != opCommandTest)
+    core_.ReportMessage(ReplyMessageText(received), ReplyMessageType(code));
+  dispatcher.Dispatch(*this, code, received);
+}
+
+bool FtpSession::SendCommand(const std::string& command, const std::string& argument) {
+  return SendFtpCommand(command, argument);
+}
+
+}  // namespace quorvi::detail

@@ -1,0 +1,22 @@
+// FtpLibrary: remote file operations and raw commands (bodies in remote_file_ops.cpp).
+#include <quorvi/ftp_library.h>
+
+#include "component/core.h"
+#include "ftp/remote_file_ops.h"
+
+namespace quorvi {
+
+bool FtpLibrary::DeleteFile(const std::string& FilePath) {
+  return detail::DeleteRemoteFile(*core_, FilePath);
+}
+
+bool FtpLibrary::RenameFile(const std::string& OldFileName, const std::string& NewFileName) {
+  return detail::RenameRemoteFile(*core_, OldFileName, NewFileName);
+}
+
+std::string FtpLibrary::ExeFtpCmd(const std::string& cmd, const std::string& Arguments) {
+  return detail::Guarded(*core_, "ExeFtpCmd", std::string(),
+                         [&] { return detail::ExeFtpCmd(*core_, cmd, Arguments); });
+}
+
+}  // namespace quorvi

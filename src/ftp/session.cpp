@@ -1,0 +1,290 @@
+// The session's life cycle: Connect (open, log in, probe), ReConnect, the QUIT exchange,
+// CloseConnection, Abort and the destructor's path.
+#include "ftp/session.h"
+
+#include <algorithm>
+#include <sstream>
+
+#include "component/error_object.h"
+#include "ftp/command_line.h"
+#include "ftp/ftp_text.h"
+#include "ftp/remote_file_ops.h"
+
+namespace quorvi::detail {
+
+namespace {
+constexpr std::int32_t kInvalidHost = 21000;
+constexpr int kInvalidHostMessage = 46;
+constexpr std::int32_t kNoResponse = 16006;
+constexpr std::int32_t kConnecting = 16007;
+constexpr std::int32_t kControlBuffer = 102400;
+constexpr std::int32_t kDefaultRcvbuf = 1027840;
+constexpr std::int32_t kDefaultSndbuf = 14600;
+constexpr const char* kMlstProbe = "MLST QRTCMDTST.TMP";
+}  // namespace
+
+FtpSession& FtpSession::Of(Core& core) {
+  if (!core.session) core.session = std::make_shared<FtpSession>(core);
+  return *core.session;
+}
+
+bool FtpSession::Connected() const {
+  return m_objControlSocket.State() == sckConnected && core_.rt.logged_in;
+}
+
+int FtpSession::TimeOutSeconds() const {
+  return core_.settings.time_out < 1 ? 30 : core_.settings.time_out;
+}
+
+void FtpSession::CloseControlSocket() {
+  if (m_objControlSocket.State() == sckClosed) return;
+  closed_by_us_ = true;
+  m_objControlSocket.CloseSocket();
+}
+
+bool FtpSession::Connect() {
+  try {
+    return ConnectSteps();
+  } catch (const ComponentError& e) {
+    support_->Connecting(false);
+    connect_retry = 0;
+    core_.ReportError("Connect", e.number(), e.text());
+  } catch (const std::exception& e) {
+    support_->Connecting(false);
+    connect_retry = 0;
+    core_.ReportError("Connect", 0, e.what());
+  }
+  return false;
+}
+
+bool FtpSession::ConnectSteps() {
+  if (hooks.release_http) hooks.release_http();
+  core_.ClearLastError();
+  m_objControlSocket.m_lngEventErrorNumber = 0;
+  if (Connected()) return true;
+
+  core_.error().Clear();
+  Settings& settings = core_.settings;
+  if (ftp_text::Contains(settings.server_name, ":")) {
+    RecordError("Connect", kInvalidHost, core_.messages().GetMessage(kInvalidHostMessage));
+    return false;
+  }
+  StartTimers();
+  if (support_->Connecting()) {
+    RecordError("Connect", kConnecting, {});
+    return false;
+  }
+
+  core_.SetState(ftpConnecting);
+  last_command.clear();
+  reply_buffer.clear();
+  pending_reply_.clear();
+  if (ftp_text::Trim(settings.user_name).empty()) settings.user_name = "anonymous";
+
+  // Socket defaults: unset data-connection buffers get their sizes here.
+  if (settings.rcvbuf < 1) settings.rcvbuf = kDefaultRcvbuf;
+  if (settings.sndbuf < 1) settings.sndbuf = kDefaultSndbuf;
+  WriteLog("MS1460010" + std::to_string(settings.sndbuf) + "010" + std::to_string(settings.rcvbuf));
+
+  support_->Connecting(true);
+  abort_request = false;
+  core_.rt.logged_in = false;
+  closed_by_us_ = false;
+  core_.BeginAsyncMethod(opConnect);
+
+  m_objControlSocket.RemoteHost(settings.server_name);
+  m_objControlSocket.RemotePort(settings.remote_port);
+  m_objControlSocket.Rcvbuf(kControlBuffer);
+  m_objControlSocket.Sndbuf(kControlBuffer);
+  m_objControlSocket.Connect();
+
+  WaitForOperation({opConnect}, 0, true, [this] { ConnectWaitTurn(); });
+
+  support_->Connecting(false);
+  if (core_.error().Number() != 0) Fail(core_.error().Number());
+  if (m_objControlSocket.State() != sckConnected) {
+    WriteLog("Connect.Error:16006");
+    Fail(kNoResponse);
+  }
+
+  FinishLogin();
+  connect_retry = 0;
+  return true;
+}
+
+// After the login: listing options by server kind, the probes, the path prefix.
+void FtpSession::FinishLogin() {
+  Settings& settings = core_.settings;
+  core_.rt.logged_in = true;
+  core_.rt.current_directory = "/";
+  if ((server_pure_ftpd || server_proftpd) && !settings.list_dir_for_file_set) {
+    settings.list_dir_for_file = true;
+    WriteLog("ListDirForFile");
+  }
+  if ((server_typsoft || server_proftpd) && !settings.list_dir_with_asterisk_set) {
+    settings.list_dir_with_asterisk = true;
+    WriteLog("ListDirWithAsterisk");
+  }
+  ProbeFeatures();
+  path_prefix = GetCurrentDirectory();
+
+  std::ostringstream line;
+  line << "CMD.LST:" << core_.rt.list_command << ";KAL:" << settings.keep_alive_command
+       << ";KAI:" << settings.keep_alive_second << ";RDIR:" << path_prefix
+       << ";PSV:" << (settings.passive_mode ? "True" : "False");
+  WriteLog(line.str());
+}
+
+// Inside the login wait: a socket error gets one ReConnect, the second one ends the Connect.
+void FtpSession::ConnectWaitTurn() {
+  if (m_objControlSocket.State() != sckError) return;
+  ++connect_retry;
+  WriteLog("Connect Re " + std::to_string(connect_retry));
+  if (connect_retry < connect_retry_limit) {
+    ReConnect();
+  } else {
+    Fail(kNoResponse);
+  }
+}
+
+void FtpSession::ProbeFeatures() {
+  Settings& settings = core_.settings;
+  if (core_.rt.list_command == "MLSD" && !IsFTPCmdExist(kMlstProbe)) {
+    WriteLog("DONOTSUPPORT.MLSD");
+    core_.rt.list_command = "LIST";
+  }
+  if (!settings.keep_alive_command.empty() && settings.keep_alive_second > 0 &&
+      settings.keep_alive_command != "PWD" && !IsFTPCmdExist(settings.keep_alive_command)) {
+    WriteLog("DONOTSUPPORT." + settings.keep_alive_command);
+    settings.keep_alive_second = 0;
+    settings.keep_alive_command.clear();
+  }
+  if (settings.auto_encoding) {
+    settings.utf8 = false;
+    settings.utf8 = FeatListsUtf8(ExeFtpCmd(core_, "FEAT", ""));
+  }
+}
+
+bool FtpSession::IsFTPCmdExist(const std::string& command) {
+  const std::string reply = ExeFtpCmd(core_, command, std::string(kCommandTestMarker));
+  const bool supported = CommandSupported(command, reply);
+  WriteLog("CMDTST:" + command + "#" + reply);
+  return supported;
+}
+
+bool FtpSession::ReConnect() {
+  std::ostringstream line;
+  line << "ReConnect:buffer=" << (hooks.data_pending ? hooks.data_pending() : 0.0) << " ["
+       << core_.settings.local_path << "]|[" << core_.settings.remote_path << "]";
+  WriteLog(line.str());
+  if (hooks.reset_data_pending) hooks.reset_data_pending();
+  support_->Connecting(false);
+  CloseConnection();
+  return Connect();
+}
+
+bool FtpSession::Quit() {
+  try {
+    if (!Connected() || core_.rt.operation == opQuit) return false;
+    CloseData();
+    quit_wait_limit = std::min(quit_wait_limit, 60);
+    core_.BeginAsyncMethod(opQuit);
+    if (!SendFtpCommand("QUIT", "")) return false;
+    // Past the QUIT limit the session is left anyway: not an error.
+    if (!WaitForOperation({opQuit}, quit_wait_limit, false)) core_.rt.operation = opNone;
+    const bool ok = Succeeded();
+    core_.EndAsyncMethod();
+    return ok;
+  } catch (const ComponentError& e) {
+    core_.ReportError("Quit", e.number(), e.text());
+  }
+  return false;
+}
+
+bool FtpSession::CloseConnection() {
+  try {
+    core_.transfer.lists.ResetForClose();
+    if (hooks.reset_transfer) hooks.reset_transfer();
+    support_->Connecting(false);
+    if (Connected()) {
+      if (!Quit()) return false;
+      CloseControlSocket();
+      core_.SetState(ftpClosed, false);
+    }
+    StopTimers();
+    return true;
+  } catch (const ComponentError& e) {
+    core_.ReportError("CloseConnection", e.number(), e.text());
+  }
+  return false;
+}
+
+bool FtpSession::Abort() {
+  try {
+    if (hooks.http_running && hooks.http_running()) {
+      abort_request = true;
+      return true;
+    }
+    if (hooks.exhaust_retries) hooks.exhaust_retries();
+    if (!core_.rt.aborting_current) abort_request = true;
+    switch (core_.rt.operation) {
+      case opConnect:
+        support_->Connecting(false);
+        CloseControlSocket();
+        break;
+      case opDownload:
+        CloseData();
+        CloseLocalFile();
+        break;
+      case opUpload:
+        CloseData();
+        abort_wait_limit = std::min(abort_wait_limit, 120);
+        core_.BeginAsyncMethod(opAbort);
+        if (!SendFtpCommand("ABOR", "")) return false;
+        WaitForOperation({opAbort}, abort_wait_limit);
+        if (!Succeeded()) return false;
+        CloseLocalFile();
+        break;
+      case opListDirectory:
+        if (hooks.discard_listing) hooks.discard_listing();
+        CloseData();
+        break;
+      default:
+        break;
+    }
+    core_.EndAsyncMethod();
+    return true;
+  } catch (const ComponentError& e) {
+    core_.ReportError("Abort", e.number(), e.text());
+  }
+  return false;
+}
+
+void FtpSession::AbortCurrent() {
+  core_.rt.aborting_current = true;
+  Abort();
+}
+
+void FtpSession::Shutdown() {
+  StopTimers();
+  if (!Connected()) return;
+  Abort();
+  Quit();
+  core_.EndAsyncMethod();
+  CloseControlSocket();
+  core_.SetState(ftpClosed, false);
+}
+
+std::string FtpSession::GetCurrentDirectory() {
+  return Guarded(core_, "GetCurrentDirectory", std::string(), [&] {
+    core_.ClearLastError();
+    if (!Connect()) return std::string();
+    if (!RequireFree("GetCurrentDirectory")) return std::string();
+    core_.BeginAsyncMethod(opGetCurrentDirectory);
+    if (!SendFtpCommand("PWD", "")) return std::string();
+    WaitForOperation({opGetCurrentDirectory});
+    return Succeeded() ? ftp_text::Trim(core_.rt.current_directory) : std::string();
+  });
+}
+
+}  // namespace quorvi::detail

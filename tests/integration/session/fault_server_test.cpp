@@ -1,0 +1,159 @@
+// The session against the fault-injecting server: refusals, replies in odd pieces, probes, and
+// connections that never get going. None may hang or leave the object unusable.
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <chrono>
+
+#include "session_support.h"
+
+namespace quorvi::test {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+#define FAULT_SUITE(Name, ...)                                                            \
+  class Name : public ServerSuite<Name> {                                                 \
+   public:                                                                                \
+    static ServerSpec Spec() { return ServerSpec(ServerKind::FaultFtpd, {__VA_ARGS__}); } \
+  }
+
+FAULT_SUITE(PlainFault);
+
+TEST_F(PlainFault, WrongPasswordShowsTheServersLineThenTheRightOneWorks) {
+  auto ftp = ClientFor(server(), server().user(), "wrong");
+  EXPECT_FALSE(ftp->Connect());
+  EXPECT_EQ(ftp->ErrorNumber(), 16530);
+  EXPECT_TRUE(StartsWith(ftp->ErrorInfo(), "530 ")) << ftp->ErrorInfo();
+  EXPECT_FALSE(ftp->Connected());
+  ftp->PassWord(server().password());
+  EXPECT_TRUE(ftp->Connect()) << ftp->ErrorInfo();
+}
+
+TEST_F(PlainFault, SecondOperationFromAHandlerIsRefused) {
+  auto ftp = ClientFor(server());
+  ASSERT_TRUE(ftp->Connect());
+  std::string nested;
+  std::int32_t nested_error = 0;
+  ftp->OnServerMessage().Subscribe([&] {
+    if (ftp->MessageType() == FTP_USER_COMMAND && nested.empty()) {
+      nested = ftp->ExeFtpCmd("NOOP");
+      nested_error = ftp->ErrorNumber();
+    }
+  });
+  EXPECT_TRUE(StartsWith(ftp->ExeFtpCmd("SYST"), "215"));
+  EXPECT_EQ(nested_error, 16009);
+  EXPECT_TRUE(StartsWith(nested, "ExeFtpCmd:command not understood;16009#")) << nested;
+}
+
+FAULT_SUITE(SplitReplies, "--fault", "split_replies");
+
+TEST_F(SplitReplies, RepliesInThreeBytePiecesAreAssembledWhole) {
+  auto ftp = ClientFor(server(), server().user());
+  ASSERT_TRUE(ftp->Connect()) << ftp->ErrorInfo();
+  const std::string feat = ftp->ExeFtpCmd("FEAT");
+  EXPECT_TRUE(StartsWith(feat, "211-")) << feat;
+  EXPECT_NE(feat.find("\r\n211 End"), std::string::npos) << feat;
+  EXPECT_EQ(ftp->GetCurrentDirectory(), "/");
+  EXPECT_FALSE(ftp->DeleteFile("/nothing.here"));
+  EXPECT_EQ(ftp->ErrorNumber(), 16550);
+  EXPECT_TRUE(StartsWith(ftp->ErrorInfo(), "550 ")) << ftp->ErrorInfo();
+}
+
+FAULT_SUITE(ScriptedReplies, "--fault", "mlst451", "--fault", "noop500", "--fault", "dele550",
+            "--reply", "SYST=200 stale keep-alive\\n215 UNIX Type: L8", "--reply-once",
+            "RNFR=450 Another command is currently pending, try again later.");
+
+TEST_F(ScriptedReplies, ProbesTurnOffMlsdAndKeepAlive) {
+  auto ftp = ClientFor(server());
+  ftp->ListDirByMLSD(true);
+  ASSERT_TRUE(ftp->Connect()) << ftp->ErrorInfo();
+  EXPECT_EQ(ftp->core().rt.list_command, "LIST");
+  EXPECT_EQ(ftp->core().settings.keep_alive_second, 0);
+  EXPECT_EQ(ftp->core().settings.keep_alive_command, "");
+}
+
+TEST_F(ScriptedReplies, SeveralRepliesInOnePieceTakeTheLastFinalLine) {
+  auto ftp = ClientFor(server());
+  const std::string reply = ftp->ExeFtpCmd("SYST");
+  EXPECT_EQ(reply, "200 stale keep-alive\r\n215 UNIX Type: L8\r\n");
+  EXPECT_EQ(ftp->MessageType(), FTP_SERVER_RESPONSE);
+}
+
+TEST_F(ScriptedReplies, DeleteOfAFileTheServerCannotFindSucceeds) {
+  auto ftp = ClientFor(server(), server().user());
+  EXPECT_TRUE(ftp->DeleteFile("/gone.txt")) << ftp->ErrorInfo();
+}
+
+TEST_F(ScriptedReplies, AnotherCommandPendingSwitchesKeepAliveOff) {
+  auto ftp = ClientFor(server(), server().user());
+  ftp->KeepAliveCommand("SYST");
+  ASSERT_TRUE(ftp->Connect());
+  ASSERT_GT(ftp->core().settings.keep_alive_second, 0);
+  EXPECT_FALSE(ftp->RenameFile("/a", "/b"));
+  EXPECT_EQ(ftp->ErrorNumber(), 16450);
+  EXPECT_EQ(ftp->core().settings.keep_alive_second, 0);
+}
+
+FAULT_SUITE(CloseOnConnect, "--fault", "close_on_connect");
+
+TEST_F(CloseOnConnect, ClosingBeforeTheGreetingIsNoResponse) {
+  auto ftp = ClientFor(server());
+  const auto start = Clock::now();
+  EXPECT_FALSE(ftp->Connect());
+  EXPECT_EQ(ftp->ErrorNumber(), 16006);
+  EXPECT_LT(Clock::now() - start, std::chrono::seconds(10));
+  // Usable afterwards: the next call tries again and fails the same way.
+  EXPECT_EQ(ftp->ExeFtpCmd("NOOP"), "");
+  EXPECT_EQ(ftp->ErrorNumber(), 16006);
+}
+
+FAULT_SUITE(NoGreeting, "--fault", "no_greeting");
+
+TEST_F(NoGreeting, SilentServerTimesOutAfterTimeOut) {
+  auto ftp = ClientFor(server());
+  ftp->TimeOut(30);  // the smallest allowed
+  const auto start = Clock::now();
+  EXPECT_FALSE(ftp->Connect());
+  const auto took = Clock::now() - start;
+  EXPECT_EQ(ftp->ErrorNumber(), 20004);
+  EXPECT_GE(took, std::chrono::seconds(30));
+  EXPECT_LT(took, std::chrono::seconds(40));
+  EXPECT_EQ(ftp->FtpState(), ftpFreeState);
+}
+
+// No server needed: a port nobody listens on, and a name nobody resolves.
+std::uint16_t UnusedPort() {
+  const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t size = sizeof(address);
+  ::bind(fd, reinterpret_cast<sockaddr*>(&address), size);
+  ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size);
+  ::close(fd);
+  return ntohs(address.sin_port);
+}
+
+TEST(UnreachableServer, RefusedPortAndUnknownHostFailQuickly) {
+  const struct {
+    std::string host;
+    std::uint16_t port;
+    std::int32_t error;
+  } cases[] = {{"127.0.0.1", UnusedPort(), 16006}, {"no.such.host.invalid", 21, 20002}};
+  for (const auto& c : cases) {
+    FtpLibrary ftp;
+    ftp.ServerName(c.host);
+    ftp.RemotePort(c.port);
+    const auto start = Clock::now();
+    EXPECT_FALSE(ftp.Connect()) << c.host;
+    EXPECT_EQ(ftp.ErrorNumber(), c.error) << c.host << " " << ftp.ErrorInfo();
+    EXPECT_LT(Clock::now() - start, std::chrono::seconds(10)) << c.host;
+    EXPECT_FALSE(ftp.Connected());
+  }
+}
+
+}  // namespace
+}  // namespace quorvi::test

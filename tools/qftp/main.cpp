@@ -1,0 +1,79 @@
+// qftp: the component's command-line host. Options configure one FtpLibrary, the command runs
+// on it, failures print "qftp: error NUMBER: TEXT" (exit 1), usage errors exit 2.
+#include <quorvi/ftp_library.h>
+
+#include <cstdlib>
+#include <iostream>
+
+#include "commands.h"
+#include "options.h"
+
+namespace {
+
+void Configure(quorvi::FtpLibrary& ftp, const qftp::Options& o) {
+  ftp.ServerName(o.host);
+  if (o.port) ftp.RemotePort(*o.port);
+  ftp.UserName(o.user);
+  ftp.PassWord(o.password);
+  ftp.PassiveMode(!o.active);
+  // Automatic encoding unless the user chose one.
+  if (o.utf8) {
+    ftp.UTF8(true);
+  } else if (!o.no_auto_encoding) {
+    ftp.AutoEncoding(true);
+  }
+  if (o.mlsd) ftp.ListDirByMLSD(true);
+  if (o.list_all) ftp.ListAll(true);
+  if (o.timeout) ftp.TimeOut(static_cast<std::int16_t>(*o.timeout));
+  if (o.keepalive_cmd) ftp.KeepAliveCommand(*o.keepalive_cmd);
+  if (o.keepalive_sec) ftp.KeepAliveSecond(static_cast<std::int16_t>(*o.keepalive_sec));
+  if (o.log) ftp.EnableLog(true);
+}
+
+void Trace(quorvi::FtpLibrary& ftp) {
+  ftp.OnServerMessage().Subscribe([&ftp] {
+    const char* arrow = ftp.MessageType() == quorvi::FTP_USER_COMMAND ? "-> " : "<- ";
+    std::cerr << arrow << ftp.MessageInfo() << "\n";
+  });
+  ftp.OnStateChange().Subscribe([&ftp] { std::cerr << "state " << ftp.FtpState() << "\n"; });
+}
+
+int Failure(quorvi::FtpLibrary& ftp) {
+  std::cerr << "qftp: error " << ftp.ErrorNumber() << ": " << ftp.ErrorInfo() << "\n";
+  return 1;
+}
+
+int Usage(const std::string& message) {
+  std::cerr << "qftp: " << message << "\n" << qftp::UsageText();
+  return 2;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  qftp::Options options;
+  try {
+    options = qftp::ParseOptions(std::vector<std::string>(argv + 1, argv + argc),
+                                 std::getenv("QFTP_PASSWORD"));
+  } catch (const qftp::UsageError& e) {
+    return Usage(e.message);
+  }
+  const qftp::Command* command = qftp::FindCommand(options.command);
+  if (!command) return Usage("unknown command " + options.command);
+  if (options.args.size() < command->min_args || options.args.size() > command->max_args)
+    return Usage("wrong number of arguments for " + options.command);
+  if (options.host.empty()) return Usage("no host given (-H HOST)");
+
+  quorvi::FtpLibrary ftp;
+  Configure(ftp, options);
+  if (options.verbose) Trace(ftp);
+  if (!ftp.Connect()) return Failure(ftp);
+  const bool ok = command->run(ftp, options);
+  if (!ok) {
+    const int status = Failure(ftp);
+    ftp.CloseConnection();
+    return status;
+  }
+  ftp.CloseConnection();
+  return 0;
+}
