@@ -1,0 +1,91 @@
+#!/usr/bin/env bash
+# Throughput, CPU and memory of qftp against curl and lftp on one local vsftpd, in one run.
+#   bench/run.sh [--rounds N] [--sizes "1M 64M 1G"] [--no-build] [--out FILE]
+# Needs root on a fresh machine (installs the server and the tools). Writes a Markdown table
+# to bench/results.md (or --out) and prints it.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+ROOT_DIR=$(pwd)
+ROUNDS=2 SIZES="1M 64M 1G" BUILD=1 OUT="$ROOT_DIR/bench/results.md" TREE_FILES=2000
+while [ $# -gt 0 ]; do
+  case "$1" in
+    --rounds) ROUNDS=$2; shift 2 ;;
+    --sizes) SIZES=$2; shift 2 ;;
+    --no-build) BUILD=0; shift ;;
+    --out) OUT=$2; shift 2 ;;
+    --tree-files) TREE_FILES=$2; shift 2 ;;
+    *) echo "bench: unknown option $1" >&2; exit 2 ;;
+  esac
+done
+
+need=()
+for tool in curl lftp; do command -v "$tool" >/dev/null || need+=("$tool"); done
+[ -x /usr/bin/time ] || need+=(time)
+if [ ${#need[@]} -gt 0 ]; then apt-get update -qq && apt-get install -y -qq "${need[@]}" >/dev/null; fi
+tests/fixtures/install.sh
+[ "$BUILD" = 1 ] && ./run build >/dev/null
+QFTP="$ROOT_DIR/build/tools/qftp/qftp"
+
+work=$(mktemp -d /tmp/quorvi-bench.XXXXXX)
+chmod 755 "$work"
+server_pid=""
+cleanup() {
+  [ -n "$server_pid" ] && tests/fixtures/stop.sh "$server_pid" >/dev/null 2>&1 || true
+  rm -rf "$work"
+}
+trap cleanup EXIT
+
+root="$work/root"
+mkdir -p "$root/bench/tree" "$work/out"
+for size in $SIZES; do head -c "$size" /dev/urandom >"$root/bench/file-$size.bin"; done
+for ((i = 0; i < TREE_FILES; i++)); do
+  d="$root/bench/tree/d$((i / 100))"
+  mkdir -p "$d"
+  head -c 4096 /dev/urandom >"$d/f$i.dat"
+done
+for size in $SIZES; do cp "$root/bench/file-$size.bin" "$work/up-$size.bin"; done
+
+port=$(python3 -c 'import socket; s=socket.socket(); s.bind(("127.0.0.1",0)); print(s.getsockname()[1])')
+server_pid=$(tests/fixtures/start-vsftpd.sh "$root" "$port")
+USERPASS=ftptest:ftptest
+URL="ftp://$USERPASS@127.0.0.1:$port"
+QARGS=(-H 127.0.0.1 -P "$port" -u ftptest -p ftptest -q)
+LFTP=(lftp -u ftptest,ftptest -p "$port" -e)
+LSET="set ftp:ssl-allow no; set xfer:clobber on; set net:max-retries 1;"
+
+rows=()
+# measure LABEL OP SIZE_BYTES COMMAND...: runs the command under /usr/bin/time.
+measure() {
+  local label=$1 op=$2 bytes=$3; shift 3
+  local stats
+  rm -rf "$work/out" && mkdir -p "$work/out"
+  if ! stats=$( { /usr/bin/time -f '%e %U %S %M' "$@" >/dev/null 2>"$work/err"; } 2>&1 ); then
+    echo "bench: $label $op failed: $(tail -n 3 "$work/err")" >&2
+    rows+=("$label|$op|$bytes|fail|fail|fail|fail")
+    return
+  fi
+  read -r secs user sys rss <<<"$(tail -n 1 <<<"$stats")"
+  rows+=("$label|$op|$bytes|$secs|$user|$sys|$rss")
+}
+
+for ((round = 1; round <= ROUNDS; round++)); do
+  for size in $SIZES; do
+    bytes=$(stat -c %s "$root/bench/file-$size.bin")
+    f="bench/file-$size.bin"
+    measure curl "download $size" "$bytes" curl -s -o "$work/out/f.bin" "$URL/$f"
+    measure lftp "download $size" "$bytes" "${LFTP[@]}" "$LSET get $f -o $work/out/f.bin; quit" 127.0.0.1
+    measure "qftp" "download $size" "$bytes" "$QFTP" "${QARGS[@]}" download "/$f" "$work/out/"
+    measure "qftp pause 0" "download $size" "$bytes" "$QFTP" "${QARGS[@]}" --pause-ms 0 download "/$f" "$work/out/"
+    measure curl "upload $size" "$bytes" curl -s -T "$work/up-$size.bin" "$URL/bench/up-curl-$size.bin"
+    measure lftp "upload $size" "$bytes" "${LFTP[@]}" "$LSET put $work/up-$size.bin -o bench/up-lftp-$size.bin; quit" 127.0.0.1
+    measure "qftp" "upload $size" "$bytes" "$QFTP" "${QARGS[@]}" --replace overwrite upload "$work/up-$size.bin" "/bench/"
+    measure "qftp pause 0" "upload $size" "$bytes" "$QFTP" "${QARGS[@]}" --pause-ms 0 --replace overwrite upload "$work/up-$size.bin" "/bench/"
+  done
+  tree_bytes=$((TREE_FILES * 4096))
+  measure lftp "tree $TREE_FILES files" "$tree_bytes" "${LFTP[@]}" "$LSET mirror bench/tree $work/out/tree; quit" 127.0.0.1
+  measure "qftp" "tree $TREE_FILES files" "$tree_bytes" "$QFTP" "${QARGS[@]}" download /bench/tree/ "$work/out/"
+  measure "qftp pause 0" "tree $TREE_FILES files" "$tree_bytes" "$QFTP" "${QARGS[@]}" --pause-ms 0 download /bench/tree/ "$work/out/"
+done
+
+python3 "$ROOT_DIR/bench/report.py" "$OUT" "${rows[@]}"
+cat "$OUT"
