@@ -7,6 +7,7 @@
 
 #include "component/error_object.h"
 #include "component/message_table.h"
+#include "net/socket_support.h"
 #include "platform/event_pump.h"
 
 namespace quorvi::detail {
@@ -15,6 +16,9 @@ struct ThreadShared {
   std::shared_ptr<platform::EventPump> pump = platform::EventPump::ForThisThread();
   CError error;
   MessageTable messages;
+  /// Kept alive with the components so settings such as the notification pause persist
+  /// between connections.
+  std::shared_ptr<SocketSupport> sockets = SocketSupport::Acquire();
   bool disable_skip = false;  ///< DisableSkip, read by the replace dialog
 
   /// This thread's shared objects, created when none exist.

@@ -27,6 +27,7 @@ void Configure(quorvi::FtpLibrary& ftp, const qftp::Options& o) {
   if (o.timeout) ftp.TimeOut(static_cast<std::int16_t>(*o.timeout));
   if (o.keepalive_cmd) ftp.KeepAliveCommand(*o.keepalive_cmd);
   if (o.keepalive_sec) ftp.KeepAliveSecond(static_cast<std::int16_t>(*o.keepalive_sec));
+  if (o.pause_ms) ftp.NotificationPause(*o.pause_ms);
   if (o.log) ftp.EnableLog(true);
 }
 
@@ -62,11 +63,16 @@ int main(int argc, char** argv) {
   if (!command) return Usage("unknown command " + options.command);
   if (options.args.size() < command->min_args || options.args.size() > command->max_args)
     return Usage("wrong number of arguments for " + options.command);
-  if (options.host.empty()) return Usage("no host given (-H HOST)");
+  if (command->needs_login && options.host.empty()) return Usage("no host given (-H HOST)");
 
   quorvi::FtpLibrary ftp;
   Configure(ftp, options);
   if (options.verbose) Trace(ftp);
+  if (!command->needs_login) {
+    const bool ok = command->run(ftp, options);
+    if (ftp.Connected()) ftp.CloseConnection();
+    return ok ? 0 : 1;
+  }
   if (!ftp.Connect()) return Failure(ftp);
   const bool ok = command->run(ftp, options);
   if (!ok) {

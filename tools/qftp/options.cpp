@@ -38,6 +38,7 @@ const std::vector<OptionRow>& OptionTable() {
       {"", "--keepalive-cmd", true, [](Options& o, auto&, auto& v) { o.keepalive_cmd = v; }},
       {"", "--keepalive-sec", true,
        [](Options& o, auto& n, auto& v) { o.keepalive_sec = ToInt(n, v); }},
+      {"", "--pause-ms", true, [](Options& o, auto& n, auto& v) { o.pause_ms = ToInt(n, v); }},
       {"-q", "", false, [](Options& o, auto&, auto&) { o.quiet = true; }},
       {"-v", "", false, [](Options& o, auto&, auto&) { o.verbose = true; }},
       {"", "--log", false, [](Options& o, auto&, auto&) { o.log = true; }},
@@ -74,6 +75,7 @@ Options ParseOptions(const std::vector<std::string>& argv, const char* env_passw
       inline_value = true;
     }
     const OptionRow* row = FindOption(arg);
+    if (!row && ParseTransferOption(options.transfer, arg, argv, i, inline_value, value)) continue;
     if (!row) throw UsageError{"unknown option " + arg};
     if (row->takes_value && !inline_value) {
       if (i + 1 >= argv.size()) throw UsageError{arg + " needs a value"};
@@ -91,9 +93,14 @@ std::string UsageText() {
   return R"(usage: qftp [options] COMMAND [ARGS]
 connection:  -H/--host HOST  -P/--port N  -u/--user USER  -p/--password PASS (or env QFTP_PASSWORD)
              --active  --utf8 | --no-auto-encoding  --mlsd  --list-all  --timeout S
-             --keepalive-cmd CMD  --keepalive-sec S
+             --keepalive-cmd CMD  --keepalive-sec S  --pause-ms N (pause per notification, default 10)
+transfer:    --replace ask|overwrite|resume|skip|rename  --rename-rule RULE  --retries N
+             --max-speed KIB  --max-size MIB  --allow EXTS  --forbid EXTS  --without-list
+             --correspond-folder  --total  --status-dir DIR  --ascii
 output:      -q (no progress)  -v (print every server message and state change)  --log
 commands:    pwd  rm PATH  mv OLD NEW  quote CMD [ARGS]
+             script FILE|-  (set NAME VALUE, get NAME..., call NAME [ARG...], on EVENT ...;
+                             see examples/scripts/)
 )";
 }
 

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "transfer_options.h"
+
 namespace qftp {
 
 struct Options {
@@ -21,6 +23,9 @@ struct Options {
   std::optional<int> timeout;
   std::optional<std::string> keepalive_cmd;
   std::optional<int> keepalive_sec;
+  std::optional<int> pause_ms;  ///< pause after each socket notification
+  // transfer (download, upload)
+  TransferOptions transfer;
   // output
   bool quiet = false;
   bool verbose = false;
