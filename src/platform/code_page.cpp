@@ -1,5 +1,7 @@
 #include "platform/code_page.h"
 
+#include <algorithm>
+
 #include <langinfo.h>
 #include <locale.h>
 
@@ -56,10 +58,11 @@ std::string CodeConverter::Convert(std::string_view input) const {
     // EILSEQ (cannot convert here) or EINVAL (incomplete tail): replace and go on.
     const std::size_t skip =
         from_utf8_ && errno == EILSEQ ? Utf8CharLength({in_ptr, in_left}) : 1;
-    out.resize(used);
-    out += replacement_;
-    used = out.size();
-    out.resize(used + in_left * 2 + 16);
+    // Write the replacement in place; the buffer only ever grows, so a block full of
+    // unconvertible bytes stays linear.
+    if (out.size() - used < replacement_.size()) out.resize(out.size() * 2 + replacement_.size());
+    std::copy(replacement_.begin(), replacement_.end(), out.begin() + static_cast<std::ptrdiff_t>(used));
+    used += replacement_.size();
     in_ptr += skip;
     in_left -= skip;
   }

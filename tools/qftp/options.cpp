@@ -39,6 +39,7 @@ const std::vector<OptionRow>& OptionTable() {
       {"", "--keepalive-sec", true,
        [](Options& o, auto& n, auto& v) { o.keepalive_sec = ToInt(n, v); }},
       {"", "--pause-ms", true, [](Options& o, auto& n, auto& v) { o.pause_ms = ToInt(n, v); }},
+      {"", "--proxy", true, [](Options& o, auto&, auto& v) { o.proxy = v; }},
       {"-q", "", false, [](Options& o, auto&, auto&) { o.quiet = true; }},
       {"-v", "", false, [](Options& o, auto&, auto&) { o.verbose = true; }},
       {"", "--log", false, [](Options& o, auto&, auto&) { o.log = true; }},
@@ -96,7 +97,7 @@ connection:  -H/--host HOST  -P/--port N  -u/--user USER  -p/--password PASS (or
              --keepalive-cmd CMD  --keepalive-sec S  --pause-ms N (pause per notification, default 10)
 transfer:    --replace ask|overwrite|resume|skip|rename  --rename-rule RULE  --retries N
              --max-speed KIB  --max-size MIB  --allow EXTS  --forbid EXTS  --without-list
-             --correspond-folder  --total  --status-dir DIR  --ascii
+             --correspond-folder  --total  --status-dir DIR  --ascii  --proxy HOST:PORT
 output:      -q (no progress)  -v (print every server message and state change)  --log
 commands:    pwd  rm PATH  mv OLD NEW  quote CMD [ARGS]
              script FILE|-  (set NAME VALUE, get NAME..., call NAME [ARG...], on EVENT ...;

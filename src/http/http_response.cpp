@@ -1,0 +1,259 @@
+// The HTTP connection's side of a download: the request, the response header (assembled across data
+// arrivals before it is read), the body written to the local file, progress and the stall check.
+#include <algorithm>
+#include <cctype>
+#include <cmath>
+#include <limits>
+
+#include "component/core.h"
+#include "component/error_object.h"
+#include "ftp/session.h"
+#include "http/http_downloader.h"
+#include "http/http_support.h"
+#include "local/encoding.h"
+#include "local/formatters.h"
+#include "local/path_rules.h"
+#include "transfer/local_file.h"
+#include "transfer/transfer_lists.h"
+
+namespace quorvi::detail {
+
+namespace {
+
+constexpr std::int32_t kHttpError = 18000;
+constexpr std::int32_t kNoResuming = 18001;
+constexpr std::int32_t kNoFileSize = 18002;
+constexpr std::int32_t kWriteFailed = 20024;
+constexpr std::int32_t kStalled = 20004;
+constexpr std::uint64_t kEventIntervalMs = 201;
+constexpr char kHeaderEnd[] = "\r\n\r\n";
+// How much of the body after the header is looked at for an error page's title.
+constexpr std::size_t kTextScan = 4096;
+
+bool ContainsNoCase(std::string text, std::string_view what) {
+  std::transform(text.begin(), text.end(), text.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return text.find(what) != std::string::npos;
+}
+
+// The log shows the start of what arrived (enough to see what the server sent).
+void LogHeaderError(std::string_view response) {
+  constexpr std::size_t kLogged = 1024;
+  WriteLog("Header Error:" + FromAnsi(response.substr(0, kLogged)));
+}
+
+}  // namespace
+
+std::int32_t StatusCode(std::string_view status) {
+  const std::string_view code = status.substr(0, status.find(' '));
+  if (code.size() != 3 || code.find_first_not_of("0123456789") != std::string_view::npos) return 0;
+  return (code[0] - '0') * 100 + (code[1] - '0') * 10 + (code[2] - '0');
+}
+
+std::string ErrorTextWithPath(std::int32_t number, const std::string& path) {
+  std::string text = GetErrorText(number);
+  ReplaceAll(text, "{0}", path);
+  return text;
+}
+
+std::string BuildHttpRequest(const std::string& url, const std::string& host, std::int32_t port,
+                             double resume_from, bool through_proxy) {
+  std::string path = url;
+  std::replace(path.begin(), path.end(), '\\', '/');
+  if (const std::size_t scheme = path.find("//"); scheme != std::string::npos) {
+    path.erase(0, scheme + 2);
+  }
+  const std::size_t slash = path.find('/');
+  path = slash == std::string::npos ? "/" : path.substr(slash);
+  const std::string host_field = port == 80 ? host : host + ":" + std::to_string(port);
+  // A proxy needs the absolute form to know where to go; a server gets the path alone.
+  const std::string target = through_proxy ? "http://" + host_field + path : path;
+
+  std::string request = "GET " + target + " HTTP/1.1\r\n";
+  request += "Accept: *.*, */*\r\n";
+  if (resume_from > 0) request += "Range: bytes=" + NumberText(resume_from) + "-\r\n";
+  request += "User-Agent: Quorvi Software Downloader\r\n";
+  request += "Referer: " + host + "\r\n";
+  request += "Host: " + host_field + "\r\n";
+  request += "Pragma: no-cache\r\n";
+  request += "Cache-Control: no-cache\r\n";
+  request += "Connection: close\r\n\r\n";
+  return request;
+}
+
+void HttpDownloader::m_objHttpSocket_OnConnect() {
+  if (!Running() || core_.rt.operation != opDownload) return;
+  const Settings& s = core_.settings;
+  range_sent_ = core_.rt.transfer_size > 0 && !s.overwrite;
+  const bool proxy = !TrimBlanks(s.proxy_server).empty();
+  // The request crosses the wire in the ANSI code page; its length is counted in bytes.
+  const std::string bytes = ToAnsi(BuildHttpRequest(
+      s.remote_path, url_host_, url_port_, range_sent_ ? core_.rt.transfer_size : 0, proxy));
+  double length = static_cast<double>(bytes.size());
+  m_objHttpSocket->SendData(ByteArray{bytes}, length);
+  stage_ = 1;
+  core_.transfer.progress.speed_start_tick = platform::TickCount();
+}
+
+void HttpDownloader::m_objHttpSocket_OnDataArrival(double /*bytesTotal*/) {
+  SocketValue value;
+  m_objHttpSocket->GetData(value, vbByteArray);
+  const auto* arrived = std::get_if<ByteArray>(&value);
+  // After the file has ended or failed, what still arrives is read and dropped.
+  if (!arrived || !Running() || core_.rt.operation != opDownload || core_.error().Number() != 0)
+    return;
+  stage_ = 2;
+  try {
+    if (header_received_) {
+      WriteBody(arrived->bytes.data(), arrived->bytes.size());
+      return;
+    }
+    // Nothing goes to the file before the whole header has arrived and been read.
+    header_bytes_ += arrived->bytes;
+    const std::size_t end = header_bytes_.find(kHeaderEnd);
+    if (end == std::string::npos ? header_bytes_.size() > kMaxHeaderBytes : end > kMaxHeaderBytes) {
+      LogHeaderError(header_bytes_);
+      Fail(kHttpError, "Header Error");
+    }
+    if (end == std::string::npos) return;
+    header_received_ = true;
+    const std::string response = std::move(header_bytes_);
+    header_bytes_.clear();
+    const std::size_t body = ProcessHeader(response, end);
+    if (body < response.size()) WriteBody(response.data() + body, response.size() - body);
+  } catch (const ComponentError& e) {
+    RecordHttpError(e.number(), e.text());
+    core_.EndAsyncMethod();
+  }
+}
+
+std::size_t HttpDownloader::ProcessHeader(const std::string& response, std::size_t header_end) {
+  // The header and the start of the body (where an error page has its title) as text.
+  const std::string text = FromAnsi(std::string_view(response).substr(0, header_end + kTextScan));
+  const std::string header = FromAnsi(response.substr(0, header_end));
+  const std::string status = MHttpSupport::GetStatusLine(header);
+  const std::int32_t code = StatusCode(status);
+  if (code == 0) Fail(kHttpError, status.empty() ? "Unreadable HTTP status line" : status);
+  if (code >= 300 && code < 400) {
+    const std::string location = MHttpSupport::GetHeaderValue(header, "Location:");
+    Fail(kHttpError, "HTTP redirects are not supported (" + status +
+                         (location.empty() ? "" : " to " + location) + ")");
+  }
+  if (code != 200 && code != 206 && code != 416) {
+    Fail(kHttpError + code, code == 404 ? std::string() : status);
+  }
+
+  TransferEngine& engine = TransferEngine::Of(core_);
+  if (range_sent_) {
+    if (code == 416) {  // the local file is complete already
+      engine.remote_size = engine.local_size;
+      core_.transfer.progress.file_size = engine.remote_size;
+      core_.EndAsyncMethod();
+      return std::string::npos;
+    }
+    // A part that does not start where the local file ends would be appended in the wrong place.
+    const std::string range = MHttpSupport::GetHeaderValue(header, "Content-Range:");
+    const std::string expected = "bytes " + NumberText(core_.rt.transfer_size) + "-";
+    if (code != 206 || (!range.empty() && !range.starts_with(expected))) {
+      Fail(kNoResuming, MHttpSupport::GetHttpErrorText(kNoResuming));
+    }
+  } else if (code == 416) {
+    Fail(kHttpError + code, status);
+  }
+  if (ContainsNoCase(MHttpSupport::GetHeaderValue(header, "Transfer-Encoding:"), "chunked")) {
+    Fail(kHttpError, "Chunked transfer encoding is not supported");
+  }
+  if (const std::string title = MHttpSupport::GetErrorPageTitle(text); !title.empty()) {
+    Fail(kHttpError, title);
+  }
+
+  const double length = MHttpSupport::GetContentLength(header);
+  if (length < 1) {
+    LogHeaderError(response);
+    Fail(kNoFileSize, MHttpSupport::GetHttpErrorText(kNoFileSize));
+  }
+  engine.remote_size = length + (core_.settings.overwrite ? 0 : core_.rt.transfer_size);
+  core_.transfer.progress.file_size = engine.remote_size;
+  CheckMaxSize(engine.remote_size, core_.settings.max_size, "DownloadHttpFileOne");
+  return header_end + 4;
+}
+
+void HttpDownloader::WriteBody(const char* data, std::size_t n) {
+  TransferEngine& engine = TransferEngine::Of(core_);
+  if (engine.remote_size <= 0) Fail(kNoFileSize, MHttpSupport::GetHttpErrorText(kNoFileSize));
+  // Bytes beyond the announced length are not part of the file.
+  const double room = engine.remote_size - engine.bytes;
+  if (room <= 0) return;
+  n = static_cast<std::size_t>(std::min(static_cast<double>(n), room));
+  if (!engine.file.Write(data, n)) {
+    Fail(kWriteFailed, ErrorTextWithPath(kWriteFailed, core_.settings.local_path));
+  }
+  engine.bytes += static_cast<double>(n);
+  UpdateProgress();
+}
+
+void HttpDownloader::UpdateProgress() {
+  const TransferEngine& engine = TransferEngine::Of(core_);
+  Progress& p = core_.transfer.progress;
+  core_.rt.percent = static_cast<std::int16_t>(
+      std::min(99.0, std::floor(engine.bytes / engine.remote_size * 100)));
+  const std::uint64_t tick = platform::TickCount();
+  if (p.speed_start_tick == 0) p.speed_start_tick = tick;
+  const std::uint64_t elapsed = tick - p.speed_start_tick;
+  if (elapsed > 0) {
+    const double rate = (engine.bytes - p.start_offset) / static_cast<double>(elapsed) * 1000;
+    p.speed = static_cast<std::int32_t>(
+        std::clamp(std::floor(rate), 1.0, double{std::numeric_limits<std::int32_t>::max()}));
+    const double left = std::floor((engine.remote_size - engine.bytes) / p.speed);
+    p.remaining_time = left > 0 ? left : 1;
+    if (p.average_count == std::numeric_limits<std::int32_t>::max()) {
+      p.average_sum = p.speed;
+      p.average_count = 1;
+    } else {
+      p.average_sum += p.speed;
+      ++p.average_count;
+    }
+  }
+  p.Throttle(core_.settings.max_speed);
+  p.last_data_time = p.clock().now();
+  p.last_data_tick = tick;
+  if (tick - p.last_event_tick >= kEventIntervalMs) {
+    core_.rt.transfer_size = engine.bytes;
+    RaiseEngineTransferEvent(core_);
+    p.last_event_tick = tick;
+  }
+}
+
+void HttpDownloader::m_objHttpSocket_OnClose() {
+  if (!Running() || core_.rt.operation != opDownload) return;
+  if (stage_ == 2 && !header_received_ && core_.error().Number() == 0) {
+    LogHeaderError(header_bytes_);
+    RecordHttpError(kHttpError, "Header Error");
+  }
+  core_.EndAsyncMethod();
+}
+
+void HttpDownloader::m_objHttpSocket_OnError() {
+  // The socket has recorded its error; the wait ends on it.
+  if (Running()) CloseHttpConnection();
+}
+
+void HttpDownloader::StallTick() {
+  if (!Running() || core_.rt.operation != opDownload) return;
+  const Progress& p = core_.transfer.progress;
+  if (std::floor(p.clock().now() - p.last_data_time) <= core_.settings.time_out) return;
+  const TransferEngine& engine = TransferEngine::Of(core_);
+  if (engine.remote_size <= 0 || engine.bytes < engine.remote_size) {
+    RecordError("Timeout_Timer:Download", kStalled, GetErrorText(kStalled));
+    return;
+  }
+  core_.EndAsyncMethod();
+  CloseHttpConnection();
+}
+
+void HttpDownloader::RecordHttpError(std::int32_t number, const std::string& text) {
+  RecordError("DownloadHttpFileOne", number,
+              text.empty() ? MHttpSupport::GetHttpErrorText(number) : text);
+}
+
+}  // namespace quorvi::detail

@@ -1,0 +1,186 @@
+// DownloadHttpFile against nginx on loopback, directly and through tinyproxy.
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <quorvi/ftp_library.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <random>
+#include <sstream>
+#include <string>
+#include <tuple>
+
+#include "server_fixture.h"
+
+namespace quorvi::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string ReadAll(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream out;
+  out << in.rdbuf();
+  return out.str();
+}
+
+std::string Pattern(std::size_t n, unsigned seed) {
+  std::mt19937 gen(seed);
+  std::string s(n, '\0');
+  for (auto& c : s) c = static_cast<char>(gen());
+  return s;
+}
+
+int Count(const std::string& text, const std::string& part) {
+  int n = 0;
+  for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++n;
+  return n;
+}
+
+class HttpDownload : public ServerSuite<HttpDownload> {
+ public:
+  static ServerSpec Spec() { return {ServerKind::Nginx}; }
+  static void SetUpTestSuite() {
+    ServerSuite::SetUpTestSuite();
+    Proxy() = StartServer({ServerKind::Tinyproxy});
+  }
+  static void TearDownTestSuite() {
+    Proxy() = StartOutcome{};
+    ServerSuite::TearDownTestSuite();
+  }
+  static StartOutcome& Proxy() {
+    static StartOutcome proxy;
+    return proxy;
+  }
+
+ protected:
+  void SetUp() override {
+    ServerSuite::SetUp();
+    if (IsSkipped() || HasFailure()) return;
+    dir_ = fs::temp_directory_path() / ("quorvi-http-it-" + std::to_string(::getpid()));
+    Fresh();
+    server().WriteFile("a.bin", kA);
+    server().WriteFile("c.bin", "third");
+  }
+  void TearDown() override { fs::remove_all(dir_); }
+  void Fresh() {
+    fs::remove_all(dir_);
+    fs::create_directories(dir_);
+  }
+  std::string Url(const std::string& name) const {
+    return "http://127.0.0.1:" + std::to_string(server().port()) + "/" + name;
+  }
+  /// nginx's access log: one line per request with the status after the request line.
+  std::string AccessLog() const { return ReadAll(server().log_path()); }
+
+  const std::string kA = Pattern(1000, 1);
+  fs::path dir_;
+  FtpLibrary ftp_;
+};
+
+TEST_F(HttpDownload, TwoFilesDirectAndThroughTheProxy) {
+  int transfers = 0;
+  ftp_.OnTransfer().Subscribe([&] { ++transfers; });
+  for (const bool proxy : {false, true}) {
+    if (proxy && !Proxy().server) GTEST_SKIP() << Proxy().problem;
+    Fresh();
+    if (proxy) {
+      ftp_.ProxyServer(" 127.0.0.1 ");
+      ftp_.ProxyPort(static_cast<std::int16_t>(Proxy().server->port()));
+    }
+    ftp_.RemotePath(Url("a.bin") + "|" + Url("c.bin"));
+    ftp_.LocalPath(dir_.string() + "/");
+    ASSERT_TRUE(ftp_.DownloadHttpFile()) << proxy << ": " << ftp_.ErrorInfo();
+    EXPECT_EQ(ReadAll(dir_ / "a.bin"), kA);
+    EXPECT_EQ(ReadAll(dir_ / "c.bin"), "third");
+    EXPECT_EQ(ftp_.Percent(), 100);
+    EXPECT_EQ(ftp_.FtpState(), ftpDownloadCompleted);
+    EXPECT_EQ(ftp_.TransferedRemoteFiles(), Url("a.bin") + "|" + Url("c.bin"));
+  }
+  EXPECT_GE(transfers, 4);
+  EXPECT_EQ(Count(ReadAll(Proxy().server->log_path()), "/c.bin"), 1);
+}
+
+// An existing local file meets the replace setting: resume (206), already complete (416), overwrite
+// (whole file again), skip (no request), rename (a second file).
+TEST_F(HttpDownload, ExistingLocalFile) {
+  struct Case {
+    std::int16_t setting;  ///< as the host writes it: 1 overwrite, 2 resume, 3
+                           ///< skip, 4 rename
+    std::size_t local_bytes;
+    const char* logged;  ///< nginx's log for the request; "" when none is made
+    const char* file;    ///< the file that ends up with the whole content
+  };
+  const Case cases[] = {{2, 600, "\" 206 ", "a.bin"},
+                        {2, 1000, "\" 416 ", "a.bin"},
+                        {1, 600, "\" 200 ", "a.bin"},
+                        {3, 600, "", ""},
+                        {4, 600, "\" 200 ", "a1.bin"}};
+  for (const auto& c : cases) {
+    Fresh();
+    std::ofstream(dir_ / "a.bin", std::ios::binary) << kA.substr(0, c.local_bytes);
+    const bool requested = *c.logged != '\0';
+    const int before = Count(AccessLog(), "GET /a.bin");
+    const int before_status = requested ? Count(AccessLog(), c.logged) : 0;
+    ftp_.ReplaceSetting(c.setting);
+    ftp_.RemotePath(Url("a.bin"));
+    ftp_.LocalPath(dir_.string() + "/");
+    ASSERT_TRUE(ftp_.DownloadHttpFile()) << c.setting << ": " << ftp_.ErrorInfo();
+    EXPECT_EQ(Count(AccessLog(), "GET /a.bin"), before + (requested ? 1 : 0)) << c.setting;
+    if (requested) {
+      EXPECT_EQ(Count(AccessLog(), c.logged), before_status + 1) << c.setting;
+      EXPECT_EQ(ReadAll(dir_ / c.file), kA) << c.setting;
+    } else {
+      EXPECT_EQ(ftp_.SkippedFiles(), Url("a.bin"));
+    }
+  }
+}
+
+// What the scripted peer of the unit tests cannot show: nginx's own chunked answer (a folder
+// listing), and failures before any response.
+TEST_F(HttpDownload, Failures) {
+  const std::tuple<std::string, std::string, std::int32_t> cases[] = {
+      {Url(""), dir_.string() + "/index.html", 18000},
+      {Url("a.bin"), "rel/dir/", 20011},
+      {"http://127.0.0.1:1/a.bin", dir_.string() + "/", 10061},
+  };
+  for (const auto& [remote, local, number] : cases) {
+    ftp_.RemotePath(remote);
+    ftp_.LocalPath(local);
+    EXPECT_FALSE(ftp_.DownloadHttpFile()) << remote;
+    EXPECT_EQ(ftp_.ErrorNumber(), number) << remote << ": " << ftp_.ErrorInfo();
+    EXPECT_EQ(ftp_.FtpState(), ftpFreeState) << remote;
+  }
+  EXPECT_EQ(fs::file_size(dir_ / "index.html"), 0u);  // opened before the request, left empty
+}
+
+TEST_F(HttpDownload, SecondOfThreeFailsAndTheThirdIsNeverRequested) {
+  ftp_.RemotePath(Url("a.bin") + "|" + Url("missing2.bin") + "|" + Url("c3.bin"));
+  ftp_.LocalPath(dir_.string() + "/new/folder/||" + dir_.string() + "/c3.bin");
+  EXPECT_FALSE(ftp_.DownloadHttpFile());
+  EXPECT_EQ(ftp_.ErrorNumber(), 18404);
+  EXPECT_EQ(ReadAll(dir_ / "new/folder/a.bin"), kA);  // the folder was created
+  EXPECT_EQ(ftp_.TransferedRemoteFiles(), Url("a.bin"));
+  EXPECT_EQ(Count(AccessLog(), "GET /missing2.bin"), 1);
+  EXPECT_EQ(Count(AccessLog(), "GET /c3.bin"), 0);
+}
+
+TEST_F(HttpDownload, LargeFileByteForByte) {
+  const std::string big = Pattern(64u << 20, 7);
+  server().WriteFile("big.bin", big);
+  ftp_.RemotePath(Url("big.bin"));
+  ftp_.LocalPath(dir_.string() + "/");
+  const auto start = std::chrono::steady_clock::now();
+  ASSERT_TRUE(ftp_.DownloadHttpFile()) << ftp_.ErrorNumber() << " " << ftp_.ErrorInfo();
+  const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+  std::cout << "64 MiB over HTTP in " << took.count() << " s (" << 64 / took.count() << " MiB/s)\n";
+  EXPECT_TRUE(ReadAll(dir_ / "big.bin") == big);
+  EXPECT_EQ(ftp_.FileSize(), static_cast<double>(big.size()));
+}
+
+}  // namespace
+}  // namespace quorvi::test
