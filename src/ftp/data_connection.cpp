@@ -1,0 +1,302 @@
+#include "ftp/data_connection.h"
+
+#include <algorithm>
+#include <charconv>
+
+#include "component/core.h"
+#include "component/error_object.h"
+#include "ftp/ftp_text.h"
+#include "ftp/session.h"
+#include "local/path_rules.h"
+#include "platform/clock_text.h"
+#include "platform/socket_api.h"
+
+namespace quorvi::detail {
+
+namespace {
+
+constexpr std::int32_t kFirstPort = 20000;
+constexpr std::int32_t kPortSpread = 20001;  // first port: 20000..40001
+constexpr std::int32_t kLastPort = 65535;
+// Ports tried before an active transfer gives up (each taken port costs one bind).
+constexpr int kListenAttempts = 64;
+constexpr std::int32_t kAddressInUse = 10048;
+constexpr std::int32_t kMalformedPassiveReply = 16227;
+
+std::string OperationText(FtpOperations op) { return std::to_string(static_cast<int>(op)); }
+
+}  // namespace
+
+UploadStep NextUploadStep(double pending, double sent, double size, std::int32_t chunk) {
+  if (pending > 0) return {UploadStep::Resend, 0};
+  if (sent >= size) return {UploadStep::Finish, 0};
+  const double remaining = size - sent;
+  const double n = chunk > 0 ? std::min(remaining, static_cast<double>(chunk)) : remaining;
+  return {UploadStep::Send, static_cast<std::size_t>(n)};
+}
+
+std::optional<std::int32_t> ParsePassivePort(std::string_view reply) {
+  const auto open = reply.find('(');
+  if (open == std::string_view::npos) return std::nullopt;
+  const auto close = reply.find(')', open);
+  if (close == std::string_view::npos) return std::nullopt;
+  std::string_view fields = reply.substr(open + 1, close - open - 1);
+  int numbers[6] = {};
+  for (int i = 0; i < 6; ++i) {
+    const auto comma = fields.find(',');
+    if ((comma == std::string_view::npos) != (i == 5)) return std::nullopt;
+    const std::string field = ftp_text::Trim(fields.substr(0, comma));
+    const char* last = field.data() + field.size();
+    const auto [end, error] = std::from_chars(field.data(), last, numbers[i]);
+    if (field.empty() || error != std::errc() || end != last ||
+        numbers[i] < 0 || numbers[i] > 255)
+      return std::nullopt;
+    if (comma != std::string_view::npos) fields.remove_prefix(comma + 1);
+  }
+  const std::int32_t port = numbers[4] * 256 + numbers[5];
+  if (port == 0) return std::nullopt;
+  return port;
+}
+
+std::string PortArgument(const std::string& ip, std::int32_t port) {
+  std::string address = ip;
+  std::replace(address.begin(), address.end(), '.', ',');
+  return address + "," + std::to_string(port / 256) + "," + std::to_string(port % 256);
+}
+
+DataConnection::DataConnection(Core& core) : core_(core), random_(std::random_device{}()) {
+  m_objDataSocket.m_strType = "[Data]";
+  BindSocketEvents();
+  FtpSession& session = FtpSession::Of(core_);
+  session.hooks.close_data = [this] { CloseDataConnection(); };
+  session.hooks.discard_listing = [this] { listing.buffer.Clear(); };
+  session.hooks.data_pending = [this] { return m_objDataSocket.m_lngBufferLen; };
+  session.hooks.reset_data_pending = [this] { m_objDataSocket.m_lngBufferLen = 0; };
+  RegisterDispatch(session);
+}
+
+DataConnection::~DataConnection() {
+  m_objDataSocket.OnConnectionRequest = nullptr;
+  m_objDataSocket.OnConnect = nullptr;
+  m_objDataSocket.OnDataArrival = nullptr;
+  m_objDataSocket.OnSendComplete = nullptr;
+  m_objDataSocket.OnClose = nullptr;
+  m_objDataSocket.OnError = nullptr;
+  if (core_.session) {
+    SessionHooks& hooks = core_.session->hooks;
+    hooks.close_data = nullptr;
+    hooks.discard_listing = nullptr;
+    hooks.data_pending = nullptr;
+    hooks.reset_data_pending = nullptr;
+  }
+}
+
+DataConnection& DataConnection::Of(Core& core) {
+  if (!core.data_connection) core.data_connection = std::make_shared<DataConnection>(core);
+  return *core.data_connection;
+}
+
+void DataConnection::BindSocketEvents() {
+  CSocket& s = m_objDataSocket;
+  s.OnConnectionRequest = [this](std::int32_t id) {
+    Contained("m_objDataSocket_OnConnectionRequest",
+              [&] { m_objDataSocket_OnConnectionRequest(id); });
+  };
+  s.OnConnect = [this] {
+    Contained("m_objDataSocket_OnConnect", [&] { m_objDataSocket_OnConnect(); });
+  };
+  s.OnDataArrival = [this](double n) {
+    Contained("m_objDataSocket_OnDataArrival", [&] { m_objDataSocket_OnDataArrival(n); });
+  };
+  s.OnSendComplete = [this] {
+    Contained("m_objDataSocket_OnSendComplete", [&] { m_objDataSocket_OnSendComplete(); });
+  };
+  s.OnClose = [this] { Contained("m_objDataSocket_OnClose", [&] { m_objDataSocket_OnClose(); }); };
+  s.OnError = [this] { Contained("m_objDataSocket_OnError", [&] { m_objDataSocket_OnError(); }); };
+}
+
+std::string DataConnection::GetTransferType() const {
+  return core_.settings.transfer_mode == FTP_ASCII_MODE ? "A" : "I";
+}
+
+void DataConnection::PrepareSocket() {
+  m_objDataSocket.Rcvbuf(core_.settings.rcvbuf);
+  m_objDataSocket.Sndbuf(core_.settings.sndbuf);
+}
+
+void DataConnection::OpenPassiveDataSocket(const std::string& reply) {
+  core_.SetState(ftpEstablishingDataConnection);
+  // The address fields are not used: behind NAT they name a private address, so the data
+  // connection always goes to the host of the control connection.
+  const auto port = ParsePassivePort(reply);
+  if (!port) Fail(kMalformedPassiveReply, reply, "OpenPassiveDataSocket");
+  m_objDataSocket.CloseSocket();
+  m_objDataSocket.LocalPort(0);
+  m_objDataSocket.RemoteHost(core_.settings.server_name);
+  m_objDataSocket.RemotePort(*port);
+  PrepareSocket();
+  WriteLog("PasvSktCONN.START");
+  m_objDataSocket.Connect();
+  core_.SetState(ftpDataConnectionEstablished);
+}
+
+std::int32_t DataConnection::GetFreePort() {
+  if (port_counter_ == 0) {
+    port_counter_ = kFirstPort + static_cast<std::int32_t>(random_() % kPortSpread);
+  } else if (++port_counter_ > kLastPort) {
+    port_counter_ = kFirstPort;
+  }
+  return port_counter_;
+}
+
+bool DataConnection::TryListen(std::int32_t port) {
+  if (m_objDataSocket.State() != sckClosed) m_objDataSocket.CloseSocket();
+  PrepareSocket();
+  m_objDataSocket.LocalPort(port);
+  listening_attempt_ = true;
+  m_objDataSocket.Listen();
+  listening_attempt_ = false;
+  if (m_objDataSocket.State() == sckListening) return true;
+  // The failure (typically 10048, port taken) was recorded by the socket; it must not end the
+  // operation: the next port is tried.
+  WriteLog("SendPORTCommand.Listen:" + std::to_string(port) + "#" +
+           std::to_string(core_.error().Number()));
+  core_.error().Clear();
+  return false;
+}
+
+void DataConnection::SendPORTCommand() {
+  core_.SetState(ftpEstablishingDataConnection);
+  std::int32_t port = 0;
+  bool listening = false;
+  for (int attempt = 0; attempt < kListenAttempts && !listening; ++attempt) {
+    core_.pump().DoEvents();
+    port = GetFreePort();
+    listening = TryListen(port);
+  }
+  if (!listening) Fail(kAddressInUse, {}, "SendPORTCommand");
+  FtpSession& session = FtpSession::Of(core_);
+  session.SendFtpCommand("PORT", PortArgument(session.m_objControlSocket.LocalIP(), port));
+}
+
+void DataConnection::CloseDataConnection() {
+  const std::int32_t state = m_objDataSocket.State();
+  if (state == sckClosed) return;
+  if (state == sckConnected || state == sckClosing)
+    platform::ShutdownSocket(m_objDataSocket.SocketHandle(), platform::ShutdownHow::Both);
+  m_objDataSocket.CloseSocket();
+}
+
+void DataConnection::UploadData() {
+  if (core_.rt.operation != opUpload || transfer == nullptr) return;
+  const UploadStep step =
+      NextUploadStep(m_objDataSocket.m_lngBufferLen, transfer->UploadBytesSent(),
+                     transfer->UploadFileSize(), transfer->UploadChunkSize());
+  if (step.kind == UploadStep::Resend) {
+    m_objDataSocket.SendBufferedData();
+    return;
+  }
+  if (step.kind == UploadStep::Send) {
+    std::string bytes = transfer->ReadUpload(step.bytes);
+    if (!bytes.empty()) {
+      double length = static_cast<double>(bytes.size());
+      m_objDataSocket.SendData(ByteArray{std::move(bytes)}, length, false, false);
+      transfer->UploadSent(length);
+      return;
+    }
+    // The file ended early (it shrank meanwhile): what was sent is all there is.
+  }
+  transfer->CloseLocalFile();
+  m_objDataSocket.CloseSocket();  // the server sees the end of the data and answers 226
+}
+
+std::string DataConnection::ListArgument() const {
+  const Settings& s = core_.settings;
+  if (!s.list_dir_for_file || !listing.may_be_file) return listing.listed_path;
+  std::string parent = FormatFTPPath(GetParentFolderPath(listing.listed_path));
+  if (!s.list_dir_with_asterisk) return parent;
+  // A relative name without a folder is looked up in the current directory.
+  if (parent.empty()) return "*";
+  if (parent.back() != '/') parent += '/';
+  return parent + "*";
+}
+
+// ---- The data socket's events ----
+
+void DataConnection::m_objDataSocket_OnConnectionRequest(std::int32_t requestID) {
+  // Active mode: the server connected to the listener, which is closed in favour of the
+  // accepted connection (connected as soon as Accept returns).
+  if (m_objDataSocket.State() != sckClosed) m_objDataSocket.CloseSocket();
+  m_objDataSocket.Accept(requestID);
+}
+
+void DataConnection::m_objDataSocket_OnConnect() {
+  const FtpOperations op = core_.rt.operation;
+  WriteLog("PasvSktCONN.END" + OperationText(op));
+  if (op == opDownload || op == opUpload) {
+    if (transfer) transfer->DataConnected();
+  } else if (op == opListDirectory) {
+    FtpSession::Of(core_).SendFtpCommand("LIST", ListArgument());
+  }
+}
+
+void DataConnection::m_objDataSocket_OnDataArrival(double bytesTotal) {
+  if (bytesTotal <= 0) return;
+  SocketValue value;
+  m_objDataSocket.GetData(value, vbByteArray);
+  const auto* block = std::get_if<ByteArray>(&value);
+  if (block == nullptr) return;
+  const FtpOperations op = core_.rt.operation;
+  if (op == opDownload) {
+    if (transfer) transfer->DataArrived(block->bytes);
+  } else if (op == opListDirectory) {
+    const std::size_t before = listing.buffer.text().size();
+    listing.buffer.Append(block->bytes, core_.settings.utf8);
+    if (core_.error().EnableLog()) {
+      const std::string_view text = std::string_view(listing.buffer.text()).substr(before);
+      WriteLog("EnumFiles:" + listing.listed_path + " " + std::to_string(text.size()) + "#" +
+               std::to_string(block->bytes.size()) + "----------------" + std::string(text) +
+               "----------------{" + platform::NowGeneralDate() + "}");
+    }
+  }
+  // Any other operation: the bytes were read and are dropped.
+}
+
+void DataConnection::m_objDataSocket_OnSendComplete() {
+  if (core_.rt.operation == opUpload && transfer) transfer->SendComplete();
+  core_.pump().DoEvents();
+  UploadData();
+}
+
+void DataConnection::m_objDataSocket_OnClose() {
+  const FtpOperations op = core_.rt.operation;
+  if (op == opDownload) {
+    core_.EndAsyncMethod();
+    if (transfer) transfer->CloseLocalFile();
+  } else if (op == opListDirectory) {
+    // Passive: the listing also waits for the 226/250 reply. Active: the reply may come later;
+    // the close alone completes the listing.
+    if (core_.settings.passive_mode) {
+      listing.data_closed = true;
+    } else {
+      core_.EndAsyncMethod();
+    }
+  }
+}
+
+void DataConnection::m_objDataSocket_OnError() {
+  if (listening_attempt_) return;
+  const FtpOperations op = core_.rt.operation;
+  core_.rt.last_error_number = m_objDataSocket.m_lngEventErrorNumber;
+  WriteLog("m_objDataSocket_OnError:" + OperationText(op) + "#" +
+           std::to_string(core_.ErrorNumber()) + "#" + core_.ErrorInfo());
+  m_objDataSocket.CloseSocket();
+  if (op == opDownload || op == opUpload) {
+    if (transfer) transfer->CloseLocalFile();
+  } else if (op == opListDirectory) {
+    listing.buffer.Clear();
+  }
+  if (op != opNone) core_.EndAsyncMethod();
+}
+
+}  // namespace quorvi::detail

@@ -1,0 +1,345 @@
+#include "ftp/listing_parser.h"
+
+#include <array>
+#include <charconv>
+#include <cstdio>
+#include <vector>
+
+#include "component/error_object.h"
+#include "ftp/ftp_text.h"
+#include "local/path_rules.h"
+#include "platform/clock_text.h"
+#include "platform/utc_time.h"
+
+namespace quorvi::detail {
+
+namespace {
+
+using namespace std::string_view_literals;
+
+constexpr std::array<std::string_view, 12> kMonths = {"jan"sv, "feb"sv, "mar"sv, "apr"sv,
+                                                      "may"sv, "jun"sv, "jul"sv, "aug"sv,
+                                                      "sep"sv, "oct"sv, "nov"sv, "dec"sv};
+constexpr std::size_t kDateColumnWidth = 12;
+constexpr std::size_t kShortestLine = 10;
+
+bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+
+std::string_view TrimView(std::string_view text, std::string_view blanks = " ") {
+  const auto first = text.find_first_not_of(blanks);
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
+// A whole number or decimal written with digits only (no sign, no exponent).
+std::optional<double> ParseNumber(std::string_view text) {
+  text = TrimView(text);
+  if (text.empty() || !IsDigit(text.front())) return std::nullopt;
+  double value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value,
+                                            std::chars_format::fixed);
+  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  return value;
+}
+
+std::optional<int> ParseInt(std::string_view text) {
+  text = TrimView(text);
+  int value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (text.empty() || error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  return value;
+}
+
+int DaysInMonth(int year, int month) {
+  static constexpr std::array<int, 12> kDays = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+  return month == 2 && leap ? 29 : kDays[static_cast<std::size_t>(month - 1)];
+}
+
+// The general date text of a local date-time; nothing when the fields are not a date.
+std::optional<std::string> DateText(int year, int month, int day, int hour, int minute) {
+  if (year < 1 || year > 9999 || month < 1 || month > 12 || day < 1 ||
+      day > DaysInMonth(year, month) || hour < 0 || hour > 23 || minute < 0 || minute > 59)
+    return std::nullopt;
+  std::array<char, 32> buf{};
+  const int n = std::snprintf(buf.data(), buf.size(), "%04d-%02d-%02d %02d:%02d:00", year, month,
+                              day, hour, minute);
+  return std::string(buf.data(), static_cast<std::size_t>(n));
+}
+
+// "HH:MM", optionally followed by AM or PM (any case).
+std::optional<std::pair<int, int>> ParseClock(std::string_view text) {
+  text = TrimView(text);
+  const auto colon = text.find(':');
+  if (colon == std::string_view::npos) return std::nullopt;
+  std::string_view minutes = text.substr(colon + 1);
+  int add = 0;
+  bool twelve_hour = false;
+  if (minutes.size() >= 2) {
+    const std::string suffix = ftp_text::Lower(std::string(minutes.substr(minutes.size() - 2)));
+    if (suffix == "am" || suffix == "pm") {
+      twelve_hour = true;
+      add = suffix == "pm" ? 12 : 0;
+      minutes = TrimView(minutes.substr(0, minutes.size() - 2));
+    }
+  }
+  auto hour = ParseInt(text.substr(0, colon));
+  const auto minute = ParseInt(minutes);
+  if (!hour || !minute) return std::nullopt;
+  if (twelve_hour) {
+    if (*hour < 1 || *hour > 12) return std::nullopt;
+    hour = *hour % 12 + add;
+  }
+  return std::make_pair(*hour, *minute);
+}
+
+std::string CollapseBlanks(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  for (char c : text)
+    if (c != ' ' || out.empty() || out.back() != ' ') out += c;
+  return out;
+}
+
+std::vector<std::string_view> SplitBlanks(std::string_view text) {
+  std::vector<std::string_view> fields;
+  std::size_t start = 0;
+  while (true) {
+    const auto blank = text.find(' ', start);
+    fields.push_back(text.substr(start, blank == std::string_view::npos ? blank : blank - start));
+    if (blank == std::string_view::npos) return fields;
+    start = blank + 1;
+  }
+}
+
+// ---- The three line formats; false means the line could not be parsed ----
+
+bool ParseUnixLine(std::string_view line, std::size_t month, CFtpFile& file, int year) {
+  file.IsDirectory(line.front() == 'd');
+  const auto date = GetListDate(line.substr(month, kDateColumnWidth), year);
+  if (!date) return false;
+  file.LastWriteTime(*date);
+
+  const std::size_t name_start = std::min(month + kDateColumnWidth + 1, line.size());
+  std::string_view name = line.substr(name_start);
+  if (line.front() == 'l') {
+    const auto arrow = line.find(" -> ", name_start);
+    if (arrow != std::string_view::npos) name = line.substr(name_start, arrow - name_start);
+  }
+  file.FileName(std::string(name));
+
+  // The size column ends right before the blank that precedes the month.
+  const auto blank = line.rfind(' ', month - 3);
+  const std::size_t size_start = blank == std::string_view::npos ? 0 : blank + 1;
+  const auto size = ParseNumber(line.substr(size_start, month - 1 - size_start));
+  if (!size) return false;
+  file.FileSize(*size);
+
+  // permissions, link count, owner, group and the empty field after the trailing blank.
+  const std::string head = CollapseBlanks(line.substr(0, size_start));
+  const auto fields = SplitBlanks(head);
+  file.Permissions(std::string(fields[0]));
+  if (fields.size() > 2) file.Owner(std::string(fields[2]));
+  if (fields.size() == 5) file.Group(std::string(fields[3]));
+  return true;
+}
+
+// The text between `fact` and the next ";" (trimmed); nothing when either is missing.
+std::optional<std::string_view> FactValue(std::string_view line, std::string_view lower,
+                                          std::string_view fact) {
+  const auto at = lower.find(fact);
+  if (at == std::string_view::npos) return std::nullopt;
+  const auto start = at + fact.size();
+  const auto semicolon = line.find(';', start);
+  if (semicolon == std::string_view::npos) return std::nullopt;
+  return TrimView(line.substr(start, semicolon - start));
+}
+
+// skip is set for the listed folder itself (type=cdir), which gives no entry.
+bool ParseMlsdLine(std::string_view line, CFtpFile& file, bool& skip) {
+  const std::string lower = ftp_text::Lower(std::string(line));
+  if (ftp_text::Contains(lower, "type=cdir;")) {
+    skip = true;
+    return true;
+  }
+  if (ftp_text::Contains(lower, "type=file;")) {
+    if (const auto size_text = FactValue(line, lower, "size=")) {
+      const auto size = ParseNumber(*size_text);
+      if (!size) return false;
+      file.FileSize(*size);
+    }
+  } else {
+    file.IsDirectory(true);
+  }
+  file.FileName(std::string(TrimView(line.substr(line.rfind(';') + 1))));
+  if (const auto modify = FactValue(line, lower, "modify=")) {
+    if (const auto date = GetMLSDFileTime(*modify)) {
+      file.LastWriteTime(*date);
+    } else {
+      WriteLog("GetMLSDFileTime.Error:" + std::string(*modify) + " not a time");
+    }
+  }
+  return true;
+}
+
+// A DOS/IIS line; false when its date cannot be read (the entry is dropped).
+bool ParseDosLine(std::string_view line, CFtpFile& file, int year) {
+  const std::string collapsed = CollapseBlanks(TrimView(line));
+  const auto fields = SplitBlanks(collapsed);
+  const std::string lower = ftp_text::Lower(std::string(line));
+  const auto dir = lower.find("<dir>");
+  if (dir != std::string::npos) {
+    file.IsDirectory(true);
+    const auto start = std::min(dir + 6, line.size());
+    file.FileName(std::string(TrimView(line.substr(start))));
+  } else if (fields.size() > 2) {
+    // A size that is not a number leaves 0; the name keeps its own inner blanks.
+    file.FileSize(ParseNumber(fields[2]).value_or(0));
+    const std::string marker = " " + std::string(fields[2]) + " ";
+    const auto at = line.find(marker);
+    if (at != std::string_view::npos)
+      file.FileName(std::string(TrimView(line.substr(at + marker.size()))));
+  }
+  if (fields.size() < 2) return false;
+  const auto date = GetDosDate(fields[0], fields[1], year);
+  if (!date) return false;
+  file.LastWriteTime(*date);
+  return true;
+}
+
+// The part of a listed name after its last "/" or "\\".
+std::string LastNamePart(const std::string& name) {
+  const auto slash = name.find_last_of("/\\");
+  return slash == std::string::npos ? name : name.substr(slash + 1);
+}
+
+void LogParseFailure(std::string_view text) {
+  WriteLog("GetFileListX.Error:line not parsed-------------------\n" + std::string(text) +
+           "\n-------------------");
+}
+
+}  // namespace
+
+int CurrentYear() {
+  return ParseInt(std::string_view(platform::NowGeneralDate()).substr(0, 4)).value_or(2000);
+}
+
+int GetDateStartPosition(std::string_view line) {
+  const std::string lower = ftp_text::Lower(std::string(line));
+  for (const auto month : kMonths) {
+    const std::string probe = " " + std::string(month) + " ";
+    const auto p = lower.find(probe);
+    if (p == std::string::npos || p == 0 || p + 9 >= lower.size()) continue;
+    if (IsDigit(lower[p - 1]) && IsDigit(lower[p + 9])) return static_cast<int>(p) + 2;
+  }
+  return 0;
+}
+
+std::optional<std::string> GetListDate(std::string_view column, int current_year) {
+  std::string text(column);
+  for (auto at = text.find("  "); at != std::string::npos; at = text.find("  ", at + 1))
+    text.replace(at, 2, " ");
+  if (text.size() < 5) return std::nullopt;
+  int month = 0;
+  const std::string name = ftp_text::Lower(text.substr(0, 3));
+  for (std::size_t i = 0; i < kMonths.size(); ++i)
+    if (kMonths[i] == name) month = static_cast<int>(i) + 1;
+  const auto day = ParseInt(TrimView(std::string_view(text).substr(4, 2)));
+  const std::string_view last = TrimView(std::string_view(text).substr(text.size() - 5));
+  if (month == 0 || !day) return std::nullopt;
+  if (ftp_text::Contains(last, ":")) {
+    const auto clock = ParseClock(last);
+    if (!clock) return std::nullopt;
+    return DateText(current_year, month, *day, clock->first, clock->second);
+  }
+  const auto year = ParseInt(last);
+  if (!year) return std::nullopt;
+  return DateText(*year, month, *day, 0, 0);
+}
+
+std::optional<std::string> GetDosDate(std::string_view date, std::string_view time,
+                                      int current_year) {
+  if (date.size() < 7) return std::nullopt;
+  const auto month = ParseInt(date.substr(0, 2));
+  const auto day = ParseInt(date.substr(3, 2));
+  const std::string_view year_text = date.substr(6);
+  auto year = ParseInt(year_text);
+  const auto clock = ParseClock(time);
+  if (!month || !day || !year || !clock || date[2] != '-' || date[5] != '-')
+    return std::nullopt;
+  if (year_text.size() == 2) {
+    const int century = current_year / 100;
+    *year += (*year <= century + 10 ? century : century - 1) * 100;
+  }
+  return DateText(*year, *month, *day, clock->first, clock->second);
+}
+
+std::optional<std::string> GetMLSDFileTime(std::string_view value) {
+  value = TrimView(value);
+  value = value.substr(0, value.find('.'));
+  value = value.substr(0, 14);
+  if (value.size() != 14) return std::nullopt;
+  for (char c : value)
+    if (!IsDigit(c)) return std::nullopt;
+  const auto field = [&](std::size_t at, std::size_t n) { return *ParseInt(value.substr(at, n)); };
+  return platform::UtcToLocalText(
+      {field(0, 4), field(4, 2), field(6, 2), field(8, 2), field(10, 2), field(12, 2)});
+}
+
+std::optional<CFtpFiles> GetFileListX(std::string_view text, const ListingContext& context) {
+  if (TrimView(text, " \t\r\n").empty()) return std::nullopt;
+  if (ftp_text::Lower(std::string(text.substr(0, 5))) == "total") {
+    const auto feed = text.find('\n');
+    text = feed == std::string_view::npos ? std::string_view() : text.substr(feed + 1);
+  }
+
+  CFtpFiles files;
+  bool dos_seen = false;  // from the first DOS/IIS line on, a bad line is only left out
+  std::size_t start = 0;
+  while (start < text.size()) {
+    const auto feed = text.find('\n', start);
+    const std::string_view raw =
+        text.substr(start, feed == std::string_view::npos ? feed : feed - start);
+    start = feed == std::string_view::npos ? text.size() : feed + 1;
+
+    if (raw.empty()) continue;
+    if (ftp_text::StartsWith(raw, "250") || raw.size() < kShortestLine) {
+      WriteLog("GetFileListX:EXIT[" + std::string(raw) + "]");
+      continue;
+    }
+    const int position = GetDateStartPosition(raw);
+    std::string line(raw);
+    std::erase(line, '\r');
+    const std::string lower = ftp_text::Lower(line);
+
+    CFtpFile file;
+    bool parsed = true, skip = false;
+    if (position > 10) {
+      parsed = ParseUnixLine(line, static_cast<std::size_t>(position - 1), file,
+                             context.current_year);
+    } else if (ftp_text::Contains(lower, "type=") && ftp_text::Contains(lower, "modify=")) {
+      parsed = ParseMlsdLine(line, file, skip);
+    } else {
+      dos_seen = true;
+      if (!ParseDosLine(line, file, context.current_year)) {
+        WriteLog("GetFileListX:Err(date)-------------------\n" + line + "\n-------------------");
+        continue;
+      }
+    }
+    if (parsed && skip) continue;
+    if (parsed) {
+      std::string name = LastNamePart(file.FileName());
+      if (name.empty() || name == "." || name == "..") continue;
+      file.FileName(name);
+      file.FilePath(FormatFTPPath(context.listed_parent + "/" + name));
+      parsed = files.Add(std::move(file), name) != nullptr;
+    }
+    if (!parsed && !dos_seen) {
+      LogParseFailure(text);
+      return std::nullopt;
+    }
+  }
+  return files;
+}
+
+}  // namespace quorvi::detail

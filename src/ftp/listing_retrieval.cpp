@@ -1,0 +1,178 @@
+#include "ftp/listing_retrieval.h"
+
+#include "component/core.h"
+#include "component/error_object.h"
+#include "ftp/data_connection.h"
+#include "ftp/ftp_text.h"
+#include "ftp/listing_parser.h"
+#include "ftp/remote_directory_ops.h"
+#include "ftp/session.h"
+#include "local/mfile.h"
+#include "local/path_rules.h"
+
+namespace quorvi::detail {
+
+namespace {
+
+constexpr std::int32_t kUnknownListFormat = 16002;
+constexpr const char* kProcedure = "GetRemoteFilesInfo";
+
+bool HasPattern(const std::string& path) {
+  return path.find_first_of("*?") != std::string::npos;
+}
+
+bool IsBlank(const std::string& text) {
+  return text.find_first_not_of(" \t\r\n") == std::string::npos;
+}
+
+// What the listing changed and must put back: the list command and the current directory.
+struct Restore {
+  bool list_command = false;
+  bool directory = false;
+  std::string saved_directory;
+};
+
+// The error of the listing survives the directory change back (which begins an operation of
+// its own and so clears the error object).
+struct SavedError {
+  explicit SavedError(Core& core)
+      : number(core.error().Number()),
+        description(core.error().Description()),
+        source(core.error().Source()),
+        last_number(core.rt.last_error_number),
+        last_text(core.rt.last_error_text) {}
+  void PutBack(Core& core) const {
+    if (number != 0) {
+      core.error().Number(number);
+      core.error().Description(description);
+      core.error().Source(source);
+    }
+    core.rt.last_error_number = last_number;
+    core.rt.last_error_text = last_text;
+  }
+  std::int32_t number;
+  std::string description, source;
+  std::int32_t last_number;
+  std::string last_text;
+};
+
+void PutBack(Core& core, const Restore& restore) {
+  if (restore.list_command) core.rt.list_command = "MLSD";
+  if (!restore.directory) return;
+  const SavedError saved(core);
+  // "" is how the root is held after a change to it.
+  const std::string folder = restore.saved_directory.empty() ? "/" : restore.saved_directory;
+  if (!SetCurrentDirectory(core, folder)) {
+    WriteLog("SetCurrentDirectory Folder=False|" + folder + "|" + core.ErrorInfo());
+    return;
+  }
+  saved.PutBack(core);
+}
+
+// Steps 8 to 14: from the directory change (MLSD) to the parsed listing.
+std::optional<CFtpFiles> RunListing(Core& core, const ListingPlan& plan, Restore& restore) {
+  FtpSession& session = FtpSession::Of(core);
+  DataConnection& data = DataConnection::Of(core);
+  std::string listed = plan.path;
+  if (plan.change_directory) {
+    restore.saved_directory = core.rt.current_directory;
+    if (!SetCurrentDirectory(core, plan.path)) return std::nullopt;
+    restore.directory = true;
+    listed.clear();
+  }
+
+  ListingState& listing = data.listing;
+  listing.listed_path = ftp_text::Trim(listed);
+  listing.listed_parent = plan.parent;
+  listing.may_be_file = plan.may_be_file;
+  listing.list_reply = listing.data_closed = false;
+  listing.buffer.Clear();
+
+  core.BeginAsyncMethod(opListDirectory);
+  if (!session.SendFtpCommand("TYPE", data.GetTransferType())) {
+    if (core.rt.operation == opListDirectory) core.EndAsyncMethod();
+    return std::nullopt;
+  }
+  // Passive mode needs both the final reply and the close of the data connection; they come
+  // in either order.
+  session.WaitForOperation({opListDirectory}, 0, true, [&] {
+    if (listing.list_reply && listing.data_closed && core.rt.operation == opListDirectory)
+      core.EndAsyncMethod();
+  });
+  listing.listed_path.clear();
+  const std::string text = listing.buffer.Finish();
+
+  std::optional<CFtpFiles> files;
+  if (core.error().Number() == 0 && (!IsBlank(text) || plan.explicit_folder)) {
+    listing.last_text = text;
+    files = GetFileListX(text, {plan.parent, CurrentYear()});
+    if (!IsBlank(text) && !files) {
+      WriteLog(std::to_string(text.size()) + "--GetRMInfo--" + plan.path +
+               "---------------------------\n" + text + "\n---------------------------");
+      Fail(kUnknownListFormat);
+    }
+    if (core.settings.cache_listing) listing.cached = files;
+    if (files && files->Count() == 0) files.reset();
+  }
+  core.pump().Sleep(5);
+  return files;
+}
+
+}  // namespace
+
+ListingPlan PlanListing(const std::string& requested, const std::string& current_directory,
+                        const std::string& list_command) {
+  ListingPlan plan;
+  plan.path = FormatFTPPath(requested);
+  plan.parent = FormatFTPPath(GetParentFolderPath(plan.path));
+  plan.explicit_folder = HasPattern(plan.path);
+  if (!plan.path.empty() && plan.path.back() == '/') {
+    if (plan.path != "/") plan.path.pop_back();
+    plan.explicit_folder = true;
+  }
+  plan.may_be_file = !plan.explicit_folder;
+  if (plan.path.empty() || (plan.path[0] != '/' && plan.path[0] != '\\'))
+    plan.parent = FormatFTPPath(current_directory + "/" + plan.parent + "/");
+  plan.use_list = HasPattern(plan.path) && list_command == "MLSD";
+  plan.change_directory = list_command == "MLSD" && !plan.use_list && !plan.path.empty();
+  return plan;
+}
+
+std::optional<CFtpFiles> GetRemoteFilesInfo(Core& core, const std::string& path) {
+  FtpSession& session = FtpSession::Of(core);
+  core.ClearLastError();
+  if (!session.Connect()) return std::nullopt;
+  if (!session.RequireFree(kProcedure)) return std::nullopt;
+
+  const ListingPlan plan = PlanListing(path, core.rt.current_directory, core.rt.list_command);
+  Restore restore;
+  if (plan.use_list) {
+    core.rt.list_command = "LIST";  // MLSD takes no pattern
+    restore.list_command = true;
+  }
+  std::optional<CFtpFiles> files;
+  try {
+    files = RunListing(core, plan, restore);
+  } catch (const ComponentError& e) {
+    WriteLog(std::string("GetRemoteFilesInfo.Err:") + std::to_string(e.number()) + " " + e.text());
+    DataConnection& data = DataConnection::Of(core);
+    data.listing.listed_path.clear();
+    data.listing.buffer.Clear();
+    data.CloseDataConnection();
+    core.ReportError(kProcedure, e.number(), e.text());
+    files.reset();
+  }
+  PutBack(core, restore);
+  return files;
+}
+
+std::optional<CFtpFile> GetFtpFileInfoFromCache(Core& core, const std::string& name) {
+  const auto& cached = DataConnection::Of(core).listing.cached;
+  if (!cached) return std::nullopt;
+  // Entries are keyed by their name (any case), and a name is unique in a listing.
+  const CFtpFile* file = cached->Item(MFile::GetFileName(name));
+  if (file == nullptr || file->IsDirectory()) return std::nullopt;
+  return *file;
+}
+
+}  // namespace quorvi::detail

@@ -1,0 +1,40 @@
+// Listing retrieval: the one routine that fetches a remote listing over the data connection
+// (LIST or MLSD, with the ListAll / ListDirForFile / ListDirWithAsterisk options), parses it,
+// and keeps the raw text of the last listing as a cache for single-file look-ups.
+#pragma once
+
+#include <quorvi/ftp_file.h>
+
+#include <optional>
+#include <string>
+
+namespace quorvi::detail {
+
+class Core;
+
+/// How one path is listed.
+struct ListingPlan {
+  std::string path;             ///< what is listed ("" = the current directory)
+  std::string parent;           ///< folder that the entries' FilePath is built from
+  bool explicit_folder = false; ///< a pattern or a folder path ending with "/"
+  bool may_be_file = false;     ///< the path may name a single file
+  bool use_list = false;        ///< a pattern: LIST even when the list command is MLSD
+  bool change_directory = false;///< MLSD: change to the path and list the current directory
+};
+
+/// The plan for a requested path given the current directory and the list command. The root
+/// "/" stays "/" (listing "" would list the current directory instead).
+ListingPlan PlanListing(const std::string& requested, const std::string& current_directory,
+                        const std::string& list_command);
+
+/// Lists a remote folder, a pattern or (with ListDirForFile) the folder of a single name.
+/// Nothing when the listing is empty, failed or connecting failed; the reason is in
+/// ErrorNumber/ErrorInfo. Fails of its own (16009, 20004, 16002) are reported under
+/// "GetRemoteFilesInfo".
+std::optional<CFtpFiles> GetRemoteFilesInfo(Core& core, const std::string& path);
+
+/// The first file (never a directory) of the cached listing whose name equals the name part
+/// of `name` without regard to case; whatever folder was listed last.
+std::optional<CFtpFile> GetFtpFileInfoFromCache(Core& core, const std::string& name);
+
+}  // namespace quorvi::detail

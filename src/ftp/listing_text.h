@@ -1,0 +1,33 @@
+// The text of one listing as it arrives on the data connection, block by block. Each block is
+// decoded when it arrives (UTF-8 or the ANSI code page). A UTF-8 character split across two
+// blocks is not decoded half by half: the incomplete tail of a block is carried over and
+// decoded with the next block, so every split of a listing gives the same text. (Multi-byte
+// ANSI code pages such as GBK are decoded per block as they come.)
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace quorvi::detail {
+
+class ListingText {
+ public:
+  /// Decodes one received block and appends it.
+  void Append(std::string_view bytes, bool utf8);
+  /// Decodes a carried-over tail (a truncated character becomes U+FFFD) and returns the whole
+  /// text; the object is empty afterwards.
+  std::string Finish();
+  /// The text decoded so far (without a carried tail).
+  const std::string& text() const { return text_; }
+  /// Bytes received since the last Clear/Finish.
+  std::size_t byte_count() const { return byte_count_; }
+  void Clear();
+
+ private:
+  std::string text_;
+  std::string tail_;  ///< start of a UTF-8 character whose other bytes are still to come
+  std::size_t byte_count_ = 0;
+};
+
+}  // namespace quorvi::detail

@@ -1,0 +1,259 @@
+#include "ftp/remote_directory_ops.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+#include "component/core.h"
+#include "component/error_object.h"
+#include "ftp/data_connection.h"
+#include "ftp/ftp_text.h"
+#include "ftp/listing_retrieval.h"
+#include "ftp/remote_file_ops.h"
+#include "ftp/remote_queries.h"
+#include "ftp/session.h"
+#include "local/path_rules.h"
+
+namespace quorvi::detail {
+
+namespace {
+
+constexpr std::int32_t kNoRemotePath = 20005;
+constexpr std::int32_t kRefused = 16550;
+// A removal deeper than this is a loop (a link to a parent listed as a folder), not a tree.
+constexpr int kMaxRemovalDepth = 64;
+
+// Begins the operation, sends the command and waits; true when no error was recorded.
+bool RunCommand(Core& core, FtpOperations op, const char* command, const std::string& path) {
+  FtpSession& session = FtpSession::Of(core);
+  core.BeginAsyncMethod(op);
+  if (!session.SendFtpCommand(command, path)) {
+    if (core.rt.operation == op) core.EndAsyncMethod();
+    return false;
+  }
+  session.WaitForOperation({op});
+  return session.Succeeded();
+}
+
+// Counts a nesting level for the life of the scope.
+class LevelScope {
+ public:
+  explicit LevelScope(int& level) : level_(level) { ++level_; }
+  ~LevelScope() { --level_; }
+  LevelScope(const LevelScope&) = delete;
+  LevelScope& operator=(const LevelScope&) = delete;
+  int level() const { return level_; }
+
+ private:
+  int& level_;
+};
+
+// The outermost RemoveDirectory empties the guard when it returns, so that a later removal of
+// the same path starts afresh; within one removal a path refused twice stops it.
+class RemovalScope {
+ public:
+  explicit RemovalScope(DirectoryLists& lists) : lists_(lists), level_(lists.removal_nesting) {}
+  ~RemovalScope() {
+    if (level_.level() == 1) lists_.guard.clear();
+  }
+  RemovalScope(const RemovalScope&) = delete;
+  RemovalScope& operator=(const RemovalScope&) = delete;
+
+ private:
+  DirectoryLists& lists_;
+  LevelScope level_;
+};
+
+bool IsRoot(const std::string& path) { return path == "/" || path == "\\"; }
+
+// Refusals of RMD that mean "the folder still has entries". vsftpd gives no reason at all for
+// a non-empty folder, only its generic failure text; a folder refused for another reason then
+// fails while it is emptied (DELE refused) or at the guard.
+constexpr std::array<std::string_view, 3> kNotEmptyPhrases = {
+    "cannot delete", "not empty", "remove directory operation failed"};
+
+bool RefusedAsNotEmpty(Core& core) {
+  if (core.ErrorNumber() != kRefused) return false;
+  const std::string info = ftp_text::Lower(core.ErrorInfo());
+  return std::any_of(kNotEmptyPhrases.begin(), kNotEmptyPhrases.end(),
+                     [&](std::string_view phrase) { return ftp_text::Contains(info, phrase); });
+}
+
+// The rest of RemoveDirectory once RMD was refused as "not empty".
+bool EmptyAndRemove(Core& core, const std::string& path) {
+  DirectoryLists& lists = DataConnection::Of(core).directories;
+  if (ftp_text::Contains("*" + lists.guard + "*", "*" + path + "*")) {
+    lists.guard.clear();
+    Fail(core.ErrorNumber(), core.ErrorInfo(), "RemoveDirectory");
+  }
+  lists.guard += "*" + path;
+  const bool provisional = RemoveFTPFolderAndFiles(core, path);
+  if (core.ErrorNumber() != 0) return provisional;
+  if (!FtpSession::Of(core).RequireFree("RemoveDirectory")) return false;
+  // Normally the folder is gone by now and this RMD fails: the result stays true.
+  return RunCommand(core, opRemoveDirectory, "RMD", path) || provisional;
+}
+
+}  // namespace
+
+DirectorySplit SplitDirectoryName(const std::string& directory_name) {
+  std::string path = FormatFTPPath(directory_name);
+  std::string prefix;
+  if (!path.empty() && path[0] == '/') {
+    prefix = "/";
+    path.erase(0, 1);
+  }
+  if (!path.empty() && path.back() == '/') path.pop_back();
+  const auto slash = path.rfind('/');
+  if (slash == std::string::npos) return {prefix, path};
+  return {prefix + path.substr(0, slash + 1), path.substr(slash + 1)};
+}
+
+std::string NextCurrentDirectory(const std::string& current, const std::string& path) {
+  std::string next;
+  if (!path.empty() && path[0] == '/') {
+    next = path;
+  } else if (path == "..") {
+    next = FormatFTPPath(GetParentFolderPath(current));
+  } else {
+    next = FormatFTPPath(current + "/" + path);
+  }
+  if (!next.empty() && next.back() == '/') next.pop_back();
+  return next;
+}
+
+std::string ParentOfDirectory(const std::string& directory) {
+  const auto slash = directory.rfind('/');
+  if (slash == std::string::npos || slash == 0) return "/";
+  return directory.substr(0, slash);
+}
+
+bool CreatedListHolds(const std::string& list, const std::string& path) {
+  return ftp_text::Contains(ftp_text::Lower("|" + list + "|"), "|" + ftp_text::Lower(path) + "|");
+}
+
+bool ExistDirectory(Core& core, const std::string& directory_name) {
+  return Guarded(core, "ExistDirectory", false, [&] {
+    const DirectorySplit split = SplitDirectoryName(directory_name);
+    if (split.name.empty() && (split.parent.empty() || split.parent == "/")) {
+      WriteLog("ExistDirectory -- Root -- " + split.parent);
+      return true;
+    }
+    const auto files = GetFtpDirectoryInfo(core, split.parent);
+    if (!files) return false;
+    const std::string wanted = ftp_text::Lower(split.name);
+    for (const auto& file : *files) {
+      if (file.IsDirectory() && ftp_text::Lower(file.FileName()) == wanted) {
+        WriteLog("ExistDirectory -- Yes -- " + split.parent + split.name);
+        return true;
+      }
+    }
+    WriteLog("ExistDirectory -- No -- " + split.parent + split.name);
+    return false;
+  });
+}
+
+bool CreateDirectory(Core& core, const std::string& directory_path, bool recursive) {
+  return Guarded(core, "CreateDirectory", false, [&] {
+    DirectoryLists& lists = DataConnection::Of(core).directories;
+    std::string path = FormatFTPPath(directory_path);
+    if (lists.created_switch && CreatedListHolds(lists.created, path)) {
+      WriteLog("Already create: " + path + "; ");
+      return true;
+    }
+    core.ClearLastError();
+    core.error().Clear();
+    path = ftp_text::Trim(path);
+    if (path.empty()) Fail(kNoRemotePath);
+    if (path.back() == '/') path.pop_back();
+    if (path.empty()) return true;  // the root always exists
+    FtpSession& session = FtpSession::Of(core);
+    if (!session.Connect()) return false;
+    const std::string& current = core.rt.current_directory;
+    if (core.settings.mkd_check_exist && ExistDirectory(core, path)) {
+      if (lists.created_switch) lists.created += ftp_text::Lower(path) + "|";
+      WriteLog("CCD.EXIST: " + current + "; " + path);
+      return true;
+    }
+    if (recursive) {
+      const std::string parent = FormatFTPPath(GetParentFolderPath(path));
+      if (!parent.empty() && !IsRoot(parent)) CreateDirectory(core, parent, true);
+    }
+    if (core.ErrorNumber() != 0) return false;
+    if (!session.RequireFree("CreateDirectory")) return false;
+    const bool made = RunCommand(core, opCreateDirectory, "MKD", path);
+    if (made && lists.created_switch) lists.created += ftp_text::Lower(path) + "|";
+    WriteLog((made ? "CCDPATH.OK: " : "CCDPATH.ERR: ") + current + "; " + path);
+    core.pump().Sleep(10);
+    return made;
+  });
+}
+
+bool RemoveDirectory(Core& core, const std::string& directory_path) {
+  return Guarded(core, "RemoveDirectory", false, [&] {
+    DirectoryLists& lists = DataConnection::Of(core).directories;
+    core.ClearLastError();
+    lists.created.clear();
+    const std::string path = FormatFTPPath(directory_path);
+    if (path.empty()) Fail(kNoRemotePath);
+    FtpSession& session = FtpSession::Of(core);
+    if (!session.Connect()) return false;
+    if (!session.RequireFree("RemoveDirectory")) return false;
+    const RemovalScope scope(lists);
+    if (IsRoot(path)) return RemoveFTPFolderAndFiles(core, path);
+    if (RunCommand(core, opRemoveDirectory, "RMD", path)) return true;
+    WriteLog("RDIR:" + core.ErrorInfo());
+    if (!RefusedAsNotEmpty(core)) return false;
+    return EmptyAndRemove(core, path);
+  });
+}
+
+bool RemoveFTPFolderAndFiles(Core& core, const std::string& folder_path) {
+  return Guarded(core, "RemoveFTPFolderAndFiles", false, [&] {
+    DirectoryLists& lists = DataConnection::Of(core).directories;
+    const LevelScope depth(lists.removal_depth);
+    const std::string folder = FormatFTPPath(folder_path + "\\");
+    if (depth.level() > kMaxRemovalDepth)
+      Fail(kRefused, "Removal stopped: more than 64 folder levels below [ " + folder + " ]");
+
+    bool result = false;
+    if (const auto files = GetRemoteFilesInfo(core, folder)) {
+      for (const auto& file : *files) {
+        if (core.ErrorNumber() != 0) break;
+        if (!file.IsDirectory()) DeleteRemoteFile(core, file.FilePath());
+      }
+      for (const auto& file : *files) {
+        if (core.ErrorNumber() != 0) break;
+        if (file.IsDirectory()) result = RemoveFTPFolderAndFiles(core, file.FilePath());
+      }
+    }
+    if (core.ErrorNumber() != 0) return result;
+    return IsRoot(folder) ? true : RemoveDirectory(core, folder);
+  });
+}
+
+bool SetCurrentDirectory(Core& core, const std::string& directory_path) {
+  return Guarded(core, "SetCurrentDirectory", false, [&] {
+    core.ClearLastError();
+    std::string path = FormatFTPPath(ftp_text::Trim(directory_path));
+    if (path.empty()) Fail(kNoRemotePath);
+    if (path == ".") path = "/";
+    FtpSession& session = FtpSession::Of(core);
+    if (!session.Connect()) return false;
+    if (!session.RequireFree("SetCurrentDirectory")) return false;
+    if (!RunCommand(core, opSetCurrentDirectory, "CWD", path)) return false;
+    core.rt.current_directory = NextCurrentDirectory(core.rt.current_directory, path);
+    WriteLog("SCDPATH: " + core.rt.current_directory + "; ");
+    return true;
+  });
+}
+
+std::string GetParentDirectory(Core& core) {
+  return Guarded(core, "GetParentDirectory", std::string(), [&] {
+    const std::string directory = FtpSession::Of(core).GetCurrentDirectory();
+    if (core.ErrorNumber() != 0) return std::string();
+    return ParentOfDirectory(directory);
+  });
+}
+
+}  // namespace quorvi::detail

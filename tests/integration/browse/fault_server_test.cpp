@@ -1,0 +1,178 @@
+// Browsing against the fault server: DOS/IIS listings, MLSD with MLST, a refused MLST, MKD
+// refusals and their reply phrases, a malformed 227, a refused LIST, a taken active port and a
+// data connection that never opens.
+#include <gtest/gtest.h>
+
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <regex>
+
+#include "browse_support.h"
+
+namespace quorvi::test {
+namespace {
+
+template <const char*... kArgs>
+class FaultSuite : public ServerSuite<FaultSuite<kArgs...>> {
+ public:
+  static ServerSpec Spec() { return {ServerKind::FaultFtpd, {kArgs...}}; }
+};
+
+constexpr char kFault[] = "--fault";
+constexpr char kReply[] = "--reply";
+constexpr char kReplyOnce[] = "--reply-once";
+constexpr char kDosList[] = "dos_list";
+constexpr char kMlst451[] = "mlst451";
+constexpr char kMkd550[] = "mkd550";
+constexpr char kMkdExists[] = "mkd550exists";
+constexpr char kNoData[] = "no_data";
+constexpr char kBadPasv[] = "PASV=227 Entering Passive Mode (127,0,0,1,300,7).";
+constexpr char kListRefused[] = "LIST=550 No such directory.";
+
+using DosListing = FaultSuite<kFault, kDosList>;
+using PlainFault = FaultSuite<>;
+using MlstRefused = FaultSuite<kFault, kMlst451>;
+using MkdRefused = FaultSuite<kFault, kMkd550>;
+using MkdExists = FaultSuite<kFault, kMkdExists>;
+using BrokenListing = FaultSuite<kReplyOnce, kBadPasv, kReply, kListRefused>;
+using NoDataConnection = FaultSuite<kFault, kNoData>;
+
+TEST_F(DosListing, ParsesIisLines) {
+  server().WriteFile("pub/dos/a file.txt", "12345");
+  server().WriteFile("pub/dos/sub/x", "");
+  for (bool passive : {true, false}) {
+    auto ftp = BrowserFor(server(), passive);
+    const auto files = ftp->GetFtpDirectoryInfo("/pub/dos");
+    ASSERT_TRUE(files) << ftp->ErrorNumber() << " " << ftp->ErrorInfo();
+    EXPECT_EQ(Names(*files), (std::vector<std::string>{"a file.txt", "sub/"}));
+    EXPECT_EQ(files->Item(1)->FileSize(), 5);
+    EXPECT_TRUE(std::regex_match(files->Item(1)->LastWriteTime(),
+                                 std::regex(R"(\d{4}-\d\d-\d\d \d\d:\d\d)")));
+    EXPECT_TRUE(ftp->ExistDirectory("/pub/dos/sub"));
+    EXPECT_EQ(ftp->GetFtpFileSize("/pub/dos/a file.txt"), 5);
+  }
+}
+
+TEST_F(PlainFault, MlsdChangesDirectoryAndMlstAnswersSingleFiles) {
+  server().WriteFile("pub/m/a.txt", "abc");
+  server().WriteFile("pub/m/d/b.txt", "b");
+  auto ftp = BrowserFor(server());
+  ftp->ListDirByMLSD(true);
+  ftp->CacheListing(false);
+  ASSERT_TRUE(ftp->Connect());
+  const std::size_t before = ReadLog(server()).size();
+
+  const auto files = ftp->GetFtpDirectoryInfo("/pub/m");
+  ASSERT_TRUE(files) << ftp->ErrorNumber() << " " << ftp->ErrorInfo();
+  EXPECT_EQ(Names(*files), (std::vector<std::string>{"a.txt", "d/"}));
+  const auto info = ftp->GetFtpFileInfo("/pub/m/d/b.txt");
+  ASSERT_TRUE(info) << ftp->ErrorInfo();
+  EXPECT_EQ(info->FileSize(), 1);
+  EXPECT_FALSE(ftp->GetFtpFileInfo("/pub/m/d"));  // a directory is not a file
+  EXPECT_EQ(ftp->ErrorNumber(), 20007);
+  // MLSD takes no pattern: LIST is sent (this server does not expand it), then MLSD again.
+  EXPECT_FALSE(ftp->GetFtpDirectoryInfo("/pub/m/*.txt"));
+  const auto sub = ftp->GetFtpDirectoryInfo("/pub/m/d");
+  ASSERT_TRUE(sub) << ftp->ErrorNumber() << " " << ftp->ErrorInfo();
+  EXPECT_EQ(Names(*sub), (std::vector<std::string>{"b.txt"}));
+
+  const std::string log = ReadLog(server()).substr(before);
+  const auto cwd = log.find("CWD /pub/m");
+  const auto mlsd = log.find("MLSD", cwd);
+  const auto back = log.find("CWD /", mlsd);
+  EXPECT_TRUE(cwd != std::string::npos && mlsd != std::string::npos && back != std::string::npos)
+      << log;
+  EXPECT_EQ(Count(log, "MLST /pub/m/d/b.txt"), 1u) << log;
+  EXPECT_EQ(Count(log, "PASV"), 3u) << log;  // the listings; MLST needs no data connection
+  EXPECT_EQ(Count(log, "LIST /pub/m/*.txt"), 1u) << log;
+  EXPECT_EQ(Count(log, "MLSD"), 2u) << log;
+}
+
+TEST_F(PlainFault, ActiveModeSkipsATakenPort) {
+  server().WriteFile("pub/act/a.txt", "a");
+  auto ftp = BrowserFor(server(), false);
+  ASSERT_TRUE(ftp->GetFtpDirectoryInfo("/pub/act")) << ftp->ErrorInfo();
+  const std::string log = ReadLog(server());
+  std::smatch port;
+  ASSERT_TRUE(std::regex_search(log, port, std::regex(R"(PORT 127,0,0,1,(\d+),(\d+))")));
+  const int first = std::stoi(port[1]) * 256 + std::stoi(port[2]);
+  EXPECT_GE(first, 20000);
+  EXPECT_LE(first, 40001);
+
+  // The next port is taken by someone else: the one after it is used.
+  const int blocker = ::socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in at{};
+  at.sin_family = AF_INET;
+  at.sin_port = htons(static_cast<std::uint16_t>(first + 1));
+  ASSERT_EQ(::bind(blocker, reinterpret_cast<sockaddr*>(&at), sizeof at), 0);
+  ASSERT_EQ(::listen(blocker, 1), 0);
+  ASSERT_TRUE(ftp->GetFtpDirectoryInfo("/pub/act")) << ftp->ErrorInfo();
+  ::close(blocker);
+  const int next = first + 2;
+  EXPECT_EQ(Count(ReadLog(server()), "PORT 127,0,0,1," + std::to_string(next / 256) + "," +
+                                         std::to_string(next % 256)),
+            1u);
+}
+
+TEST_F(MlstRefused, FallsBackToListForSingleFiles) {
+  server().WriteFile("pub/f.txt", "four");
+  auto ftp = BrowserFor(server());
+  ftp->ListDirByMLSD(true);  // the MLST probe is refused with 451: LIST is used
+  const auto info = ftp->GetFtpFileInfo("/pub/f.txt");
+  ASSERT_TRUE(info) << ftp->ErrorNumber() << " " << ftp->ErrorInfo();
+  EXPECT_EQ(info->FileSize(), 4);
+  EXPECT_EQ(Count(ReadLog(server()), "MLSD"), 0u);
+}
+
+TEST_F(MkdRefused, ReportsTheServersText) {
+  auto ftp = BrowserFor(server());
+  EXPECT_FALSE(ftp->CreateDirectory("/pub/x/y"));
+  EXPECT_EQ(ftp->ErrorNumber(), 16550);
+  EXPECT_EQ(ftp->ErrorInfo(), "550 Permission denied.");
+  ftp->MKDInfo("denied");  // an extra phrase that means "exists"
+  EXPECT_TRUE(ftp->CreateDirectory("/pub/x/y")) << ftp->ErrorInfo();
+}
+
+TEST_F(MkdExists, ReplyPhrasesDecide) {
+  auto ftp = BrowserFor(server());
+  EXPECT_TRUE(ftp->CreateDirectory("/pub/e", false)) << ftp->ErrorInfo();
+  ftp->MKDInfo("#already");
+  EXPECT_TRUE(ftp->CreateDirectory("/pub/e", false));
+  ftp->MKDInfo("#nothing like it");  // only these phrases count now
+  EXPECT_FALSE(ftp->CreateDirectory("/pub/e", false));
+  EXPECT_EQ(ftp->ErrorNumber(), 16550);
+}
+
+TEST_F(BrokenListing, MalformedPassiveReplyThenRefusedList) {
+  server().WriteFile("pub/l/a.txt", "a");
+  auto ftp = BrowserFor(server());
+  EXPECT_FALSE(ftp->GetFtpDirectoryInfo("/pub/l"));
+  EXPECT_EQ(ftp->ErrorNumber(), 16227);
+  EXPECT_NE(ftp->ErrorInfo().find("(127,0,0,1,300,7)"), std::string::npos) << ftp->ErrorInfo();
+  EXPECT_FALSE(ftp->Busy());
+
+  EXPECT_FALSE(ftp->GetFtpDirectoryInfo("/pub/l"));
+  EXPECT_EQ(ftp->ErrorNumber(), 16550);
+  EXPECT_EQ(ftp->ErrorInfo(), "550 No such directory.");
+  EXPECT_EQ(ftp->GetFtpFileSize("/pub/l/a.txt"), -1);  // the refusal says it is not there
+  EXPECT_TRUE(ftp->Connected());
+}
+
+TEST_F(NoDataConnection, ListingTimesOutWithoutHanging) {
+  auto ftp = BrowserFor(server());
+  ftp->TimeOut(30);
+  ASSERT_TRUE(ftp->Connect());
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_FALSE(ftp->GetFtpDirectoryInfo("/pub"));
+  const auto took = std::chrono::steady_clock::now() - start;
+  EXPECT_EQ(ftp->ErrorNumber(), 20004);
+  EXPECT_GE(took, std::chrono::seconds(30));
+  EXPECT_LT(took, std::chrono::seconds(40));
+  EXPECT_FALSE(ftp->Busy());
+}
+
+}  // namespace
+}  // namespace quorvi::test

@@ -1,0 +1,124 @@
+// The pure rules of the data connection, the listing plan and the remote directory
+// operations.
+#include <gtest/gtest.h>
+
+#include "ftp/data_connection.h"
+#include "ftp/listing_retrieval.h"
+#include "ftp/remote_directory_ops.h"
+#include "ftp/remote_queries.h"
+
+namespace quorvi::detail {
+namespace {
+
+TEST(DataConnectionRules, PassivePortFromThe227Reply) {
+  const std::pair<const char*, std::optional<std::int32_t>> cases[] = {
+      {"227 Entering Passive Mode (192,168,1,20,78,52)", 20020},  // address ignored
+      {"227 Entering Passive Mode (10,0,0,1,0,21).", 21},
+      {"227 =127,0,0,1,117,48 (127,0,0,1,117,48)", 30000},
+      {"227 ( 127, 0, 0, 1, 1, 2 )", 258},
+      {"227 Entering Passive Mode (127,0,0,1,300,7)", std::nullopt},
+      {"227 Entering Passive Mode (127,0,0,1,78)", std::nullopt},
+      {"227 Entering Passive Mode (127,0,0,1,78,52,1)", std::nullopt},
+      {"227 Entering Passive Mode (127,0,0,1,7a,52)", std::nullopt},
+      {"227 Entering Passive Mode (127,0,0,1,0,0)", std::nullopt},
+      {"227 Entering Passive Mode 127,0,0,1,78,52", std::nullopt},
+      {"227 Entering Passive Mode (127,0,0,1,-1,52)", std::nullopt},
+  };
+  for (const auto& [reply, port] : cases) EXPECT_EQ(ParsePassivePort(reply), port) << reply;
+  EXPECT_EQ(PortArgument("10.0.0.5", 20017), "10,0,0,5,78,49");
+  EXPECT_EQ(PortArgument("127.0.0.1", 65535), "127,0,0,1,255,255");
+}
+
+TEST(DataConnectionRules, UploadSteps) {
+  struct Case {
+    double pending, sent, size;
+    std::int32_t chunk;
+    UploadStep::Kind kind;
+    std::size_t bytes;
+  };
+  const Case cases[] = {
+      {10, 0, 100, 32, UploadStep::Resend, 0},  // pending bytes go first
+      {0, 0, 100, 32, UploadStep::Send, 32},
+      {0, 96, 100, 32, UploadStep::Send, 4},
+      {0, 100, 100, 32, UploadStep::Finish, 0},
+      {0, 0, 0, 32, UploadStep::Finish, 0},  // an empty file: close at once
+      {0, 0, 5e9, 2097152, UploadStep::Send, 2097152},
+  };
+  for (const auto& c : cases) {
+    const UploadStep step = NextUploadStep(c.pending, c.sent, c.size, c.chunk);
+    EXPECT_EQ(step.kind, c.kind) << c.sent << "/" << c.size;
+    EXPECT_EQ(step.bytes, c.bytes) << c.sent << "/" << c.size;
+  }
+}
+
+TEST(ListingRules, Plans) {
+  struct Case {
+    const char* requested;
+    const char* current;
+    const char* command;
+    ListingPlan plan;
+  };
+  const Case cases[] = {
+      {"/pub/", "/", "LIST", {"/pub", "/pub", true, false, false, false}},
+      {"/pub/a.txt", "/", "LIST", {"/pub/a.txt", "/pub", false, true, false, false}},
+      {"\\pub\\\\x", "/", "LIST", {"/pub/x", "/pub", false, true, false, false}},
+      {"/pub/*.zip", "/", "MLSD", {"/pub/*.zip", "/pub", true, false, true, false}},
+      {"/pub/", "/", "MLSD", {"/pub", "/pub", true, false, false, true}},
+      {"/", "/pub", "LIST", {"/", "", true, false, false, false}},
+      {"/", "/pub", "MLSD", {"/", "", true, false, false, true}},
+      {"", "/pub", "MLSD", {"", "/pub/", false, true, false, false}},
+      {"docs/a.txt", "/home", "LIST", {"docs/a.txt", "/home/docs/", false, true, false, false}},
+  };
+  for (const auto& c : cases) {
+    const ListingPlan p = PlanListing(c.requested, c.current, c.command);
+    EXPECT_EQ(p.path, c.plan.path) << c.requested;
+    EXPECT_EQ(p.parent, c.plan.parent) << c.requested;
+    EXPECT_EQ(p.explicit_folder, c.plan.explicit_folder) << c.requested;
+    EXPECT_EQ(p.may_be_file, c.plan.may_be_file) << c.requested;
+    EXPECT_EQ(p.use_list, c.plan.use_list) << c.requested;
+    EXPECT_EQ(p.change_directory, c.plan.change_directory) << c.requested;
+  }
+}
+
+TEST(ListingRules, SortIgnoresCaseAndKeepsEqualNamesInOrder) {
+  CFtpFiles files;
+  for (const char* name : {"b.txt", "A.txt", "c.dat", "a_b", "B0"}) {
+    CFtpFile f;
+    f.FileName(name);
+    files.Add(f, name);
+  }
+  std::vector<std::string> names;
+  for (const auto& f : SortedByName(files)) names.push_back(f.FileName());
+  EXPECT_EQ(names, (std::vector<std::string>{"A.txt", "a_b", "b.txt", "B0", "c.dat"}));
+}
+
+TEST(DirectoryRules, PathRules) {
+  const std::tuple<const char*, const char*, const char*> splits[] = {
+      {"/pub/Data", "/pub/", "Data"}, {"/pub/Data/", "/pub/", "Data"}, {"/a", "/", "a"},
+      {"a/b", "a/", "b"},             {"x", "", "x"},                   {"/", "/", ""},
+      {"", "", ""},                   {"\\p\\q", "/p/", "q"},
+  };
+  for (const auto& [in, parent, name] : splits) {
+    const DirectorySplit s = SplitDirectoryName(in);
+    EXPECT_EQ(s.parent, parent) << in;
+    EXPECT_EQ(s.name, name) << in;
+  }
+  const std::tuple<const char*, const char*, const char*> moves[] = {
+      {"", "/pub/", "/pub"},   {"/x", "/", ""},        {"/a/b", "..", "/a"},
+      {"/a", "..", ""},        {"", "..", ""},         {"/a", "b/c", "/a/b/c"},
+      {"/a", "./b", "/a/./b"}, {"", "b", "/b"},
+  };
+  for (const auto& [current, path, next] : moves)
+    EXPECT_EQ(NextCurrentDirectory(current, path), next) << current << " + " << path;
+  EXPECT_EQ(ParentOfDirectory("/a"), "/");
+  EXPECT_EQ(ParentOfDirectory("/a/b"), "/a");
+  EXPECT_EQ(ParentOfDirectory(""), "/");
+  EXPECT_EQ(ParentOfDirectory("C:/ftp/in"), "C:/ftp");
+  EXPECT_TRUE(CreatedListHolds("/a|/a/b|", "/A/B"));
+  EXPECT_FALSE(CreatedListHolds("/a|/a/b|", "/a/"));
+  EXPECT_FALSE(CreatedListHolds("/ab|", "/a"));
+  EXPECT_FALSE(CreatedListHolds("", "/a"));
+}
+
+}  // namespace
+}  // namespace quorvi::detail

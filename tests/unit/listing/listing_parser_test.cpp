@@ -1,0 +1,266 @@
+// The listing parser over listings captured from vsftpd, pure-ftpd and proftpd (LIST and
+// MLSD; tests/fixtures/listings/), DOS/IIS lines and odd lines, plus the entry types.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "ftp/listing_parser.h"
+#include "ftp/listing_text.h"
+
+namespace quorvi::detail {
+namespace {
+
+constexpr int kYear = 2026;  // the year the samples were captured in
+
+class ListingParser : public ::testing::Test {
+ protected:
+  // MLSD times are UTC; with TZ=UTC they read back unchanged.
+  void SetUp() override { SetZone("UTC0"); }
+  void TearDown() override { SetZone(nullptr); }
+  static void SetZone(const char* zone) {
+    if (zone) {
+      setenv("TZ", zone, 1);
+    } else {
+      unsetenv("TZ");
+    }
+    tzset();
+  }
+};
+
+std::string Sample(const std::string& name) {
+  std::ifstream in(std::filesystem::path(QUORVI_SOURCE_DIR) / "tests/fixtures/listings" / name,
+                   std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+std::optional<CFtpFiles> Parse(const std::string& text) {
+  return GetFileListX(text, {"/tree", kYear});
+}
+
+struct Entry {
+  std::string name;
+  bool directory;
+  double size;
+  std::string time;  // as LastWriteTime reads
+};
+
+// The tree every sample lists (README was left out: it would collide with readme).
+std::vector<Entry> ExpectedTree(bool mlsd) {
+  return {
+      {"My File.txt", false, 1234, mlsd ? "2009-01-15 10:30" : "2009-01-15 00:00"},
+      {"a.txt", false, 5, "2026-11-22 20:15"},
+      {"empty.bin", false, 0, "2026-11-22 20:15"},
+      {"gr\xC3\xB6\xC3\x9F" "e.txt", false, 2, "2026-11-22 20:15"},
+      // A link is a link in a long listing; MLSD calls it a type other than "file".
+      {"link", mlsd, mlsd ? 0.0 : 5.0, "2026-11-22 20:15"},
+      {"readme", false, 4, "2026-11-22 20:15"},
+      {"sub dir", true, mlsd ? 0.0 : 4096.0, mlsd ? "2009-01-15 10:30" : "2009-01-15 00:00"},
+      {"\xC3\x9Cn\xC3\xAF" "code", true, mlsd ? 0.0 : 4096.0, "2026-11-22 20:15"},
+  };
+}
+
+void ExpectTree(const CFtpFiles& files, bool mlsd, const std::string& label) {
+  const auto expected = ExpectedTree(mlsd);
+  ASSERT_EQ(files.Count(), static_cast<int>(expected.size())) << label;
+  for (const auto& e : expected) {
+    const CFtpFile* f = files.Item(e.name);
+    ASSERT_NE(f, nullptr) << label << " " << e.name;
+    EXPECT_EQ(f->IsDirectory(), e.directory) << label << " " << e.name;
+    EXPECT_EQ(f->FileSize(), e.size) << label << " " << e.name;
+    EXPECT_EQ(f->LastWriteTime(), e.time) << label << " " << e.name;
+    EXPECT_EQ(f->FilePath(), "/tree/" + e.name) << label;
+  }
+}
+
+TEST_F(ListingParser, RealServerSamples) {
+  struct Case {
+    const char* file;
+    bool mlsd;
+    const char* owner;
+    const char* group;
+  };
+  const Case cases[] = {
+      {"vsftpd_list.txt", false, "1001", "0"},
+      {"vsftpd_list_al.txt", false, "1001", "0"},  // with "." and ".."
+      {"pure-ftpd_list.txt", false, "1001", "0"},
+      {"proftpd_list.txt", false, "ftptest", "root"},
+      {"pure-ftpd_mlsd.txt", true, "", ""},
+      {"proftpd_mlsd.txt", true, "", ""},
+  };
+  for (const auto& c : cases) {
+    const std::string text = Sample(c.file);
+    ASSERT_FALSE(text.empty()) << c.file;
+    std::string crlf;
+    for (char ch : text) crlf += ch == '\n' ? std::string("\r\n") : std::string(1, ch);
+    for (const auto& variant : {text, crlf, "total 24\n" + text}) {
+      const auto files = Parse(variant);
+      ASSERT_TRUE(files) << c.file;
+      ExpectTree(*files, c.mlsd, c.file);
+      const CFtpFile* a = files->Item("A.TXT");
+      EXPECT_EQ(a->Owner(), c.owner) << c.file;
+      EXPECT_EQ(a->Group(), c.group) << c.file;
+      EXPECT_EQ(a->Permissions(), c.mlsd ? "" : "-rw-r--r--") << c.file;
+    }
+  }
+}
+
+TEST_F(ListingParser, EverySplitIntoTwoBlocksGivesTheSameListing) {
+  for (const char* file : {"proftpd_mlsd.txt", "vsftpd_list.txt"}) {
+    const std::string bytes = Sample(file);
+    for (std::size_t cut = 0; cut <= bytes.size(); ++cut) {
+      ListingText text;
+      text.Append(std::string_view(bytes).substr(0, cut), true);
+      text.Append(std::string_view(bytes).substr(cut), true);
+      EXPECT_EQ(text.byte_count(), bytes.size());
+      ASSERT_EQ(text.Finish(), bytes) << file << " cut at " << cut;
+    }
+  }
+  ListingText truncated;  // a character cut off for good becomes U+FFFD at the end
+  truncated.Append("ab\xC3", true);
+  EXPECT_EQ(truncated.Finish(), "ab\xEF\xBF\xBD");
+}
+
+TEST_F(ListingParser, OddLines) {
+  struct Case {
+    std::string text;
+    int count;  // -1: the parse gives nothing
+    Entry first;
+    std::string permissions, owner, group;
+  };
+  const std::string unix_file = "-rw-r--r-- 1 ftp ftp 1234 Jan 15  2009 readme.txt";
+  const Case cases[] = {
+      {unix_file, 1, {"readme.txt", false, 1234, "2009-01-15 00:00"}, "-rw-r--r--", "ftp", "ftp"},
+      {"drwxr-xr-x 2 user group 4096 Jan 15  2009 My Documents", 1,
+       {"My Documents", true, 4096, "2009-01-15 00:00"}, "drwxr-xr-x", "user", "group"},
+      {"lrwxrwxrwx 1 root root 7 Jan 15  2009 bin -> usr/bin", 1,
+       {"bin", false, 7, "2009-01-15 00:00"}, "lrwxrwxrwx", "root", "root"},
+      {"-rw-r--r-- 1 ftp 1234 Mar  3 10:30 nogroup.txt", 1,
+       {"nogroup.txt", false, 1234, "2026-03-03 10:30"}, "-rw-r--r--", "ftp", ""},
+      {"drwxr-xr-x 2 u g 4096 Jan 15  2009 .\ndrwxr-xr-x 2 u g 4096 Jan 15  2009 ..", 0, {}, "",
+       "", ""},
+      {"type=cdir;modify=20090115103000; /pub", 0, {}, "", "", ""},
+      {"type=dir;modify=20090115103000; sub", 1, {"sub", true, 0, "2009-01-15 10:30"}, "", "",
+       ""},
+      {"type=file;size=12;modify=20090115103000.123; a b.txt", 1,
+       {"a b.txt", false, 12, "2009-01-15 10:30"}, "", "", ""},
+      {"type=file;size=1;modify=2009; short.txt", 1, {"short.txt", false, 1, ""}, "", "", ""},
+      {"01-15-09  10:30AM       <DIR>          pub", 1, {"pub", true, 0, "2009-01-15 10:30"},
+       "", "", ""},
+      {"01-15-09  10:30PM       1234 read  me.txt", 1,
+       {"read  me.txt", false, 1234, "2009-01-15 22:30"}, "", "", ""},
+      {"01-15-30  12:05AM       1 a.txt", 1, {"a.txt", false, 1, "2030-01-15 00:05"}, "", "", ""},
+      {"01-15-31  12:05PM       1 a.txt", 1, {"a.txt", false, 1, "1931-01-15 12:05"}, "", "", ""},
+      {"01-15-09  10:30AM       12x4 a.txt", 1, {"a.txt", false, 0, "2009-01-15 10:30"}, "", "",
+       ""},
+      {"13-45-09  10:30AM       1 bad.txt\n01-15-09  10:30AM       2 good.txt", 1,
+       {"good.txt", false, 2, "2009-01-15 10:30"}, "", "", ""},
+      {"250 Listing follows\nshort\n" + unix_file, 1,
+       {"readme.txt", false, 1234, "2009-01-15 00:00"}, "", "", ""},
+      // Names differing only in case collide: fatal in UNIX and MLSD listings, skipped in DOS.
+      {unix_file + "\n-rw-r--r-- 1 ftp ftp 1 Jan 15  2009 README.TXT", -1, {}, "", "", ""},
+      {"type=file;modify=20090115103000; A\ntype=file;modify=20090115103000; a", -1, {}, "", "",
+       ""},
+      {"01-15-09  10:30AM  1 A.txt\n01-15-09  10:30AM  2 a.TXT", 1,
+       {"A.txt", false, 1, "2009-01-15 10:30"}, "", "", ""},
+      {"-rw-r--r-- 1 ftp ftp 12 Foo 15  2009 x.txt\n" + unix_file, 1,  // no month: DOS, dropped
+       {"readme.txt", false, 1234, "2009-01-15 00:00"}, "", "", ""},
+      {"-rw-r--r-- 1 ftp ftp 1 Feb 30  2009 x.txt", -1, {}, "", "", ""},  // not a date
+      {" \r\n ", -1, {}, "", "", ""},
+  };
+  for (const auto& c : cases) {
+    const auto files = Parse(c.text);
+    if (c.count < 0) {
+      EXPECT_FALSE(files) << c.text;
+      continue;
+    }
+    ASSERT_TRUE(files) << c.text;
+    ASSERT_EQ(files->Count(), c.count) << c.text;
+    if (c.count == 0) continue;
+    const CFtpFile& f = *files->Item(1);
+    EXPECT_EQ(f.FileName(), c.first.name) << c.text;
+    EXPECT_EQ(f.IsDirectory(), c.first.directory) << c.text;
+    EXPECT_EQ(f.FileSize(), c.first.size) << c.text;
+    EXPECT_EQ(f.LastWriteTime(), c.first.time) << c.text;
+    if (!c.permissions.empty()) {
+      EXPECT_EQ(f.Permissions(), c.permissions) << c.text;
+      EXPECT_EQ(f.Owner(), c.owner) << c.text;
+      EXPECT_EQ(f.Group(), c.group) << c.text;
+    }
+  }
+}
+
+TEST_F(ListingParser, DateColumnsAndPositions) {
+  EXPECT_EQ(GetDateStartPosition("-rw-r--r-- 1 ftp ftp 1234 Jan 15  2009 a"), 27);
+  EXPECT_EQ(GetDateStartPosition("-rw-r--r-- 1 ftp ftp 1234 jan 15  2009 a"), 27);
+  EXPECT_EQ(GetDateStartPosition("-rw 1 u g 5 Mar  3 10:30 x jan 2020"), 13);  // not the name
+  EXPECT_EQ(GetDateStartPosition("01-15-09  10:30AM  <DIR>  jan "), 0);
+  EXPECT_EQ(GetListDate("Jan 15  2009", kYear), "2009-01-15 00:00:00");
+  EXPECT_EQ(GetListDate("Mar  3 10:30", kYear), "2026-03-03 10:30:00");
+  EXPECT_FALSE(GetListDate("Xyz 15  2009", kYear));
+  EXPECT_FALSE(GetListDate("Feb 29  2025", kYear));
+  EXPECT_EQ(GetDosDate("02-29-24", "11:59PM", kYear), "2024-02-29 23:59:00");
+  EXPECT_FALSE(GetDosDate("02-29-25", "11:59PM", kYear));
+  EXPECT_FALSE(GetDosDate("02-28-25", "13:00PM", kYear));
+}
+
+TEST_F(ListingParser, MlsdTimesAreUtcConvertedToLocal) {
+  EXPECT_EQ(GetMLSDFileTime(" 20090115103000.123 "), "2009-01-15 10:30:00");
+  EXPECT_EQ(GetMLSDFileTime("20090115103000999"), "2009-01-15 10:30:00");  // cut to 14
+  EXPECT_FALSE(GetMLSDFileTime("2009011510300"));
+  EXPECT_FALSE(GetMLSDFileTime("20091315103000"));
+  SetZone("CET-1CEST,M3.5.0,M10.5.0/3");
+  EXPECT_EQ(GetMLSDFileTime("20090115103000"), "2009-01-15 11:30:00");
+  EXPECT_EQ(GetMLSDFileTime("20090715103000"), "2009-07-15 12:30:00");
+  EXPECT_EQ(GetMLSDFileTime("20091231233000"), "2010-01-01 00:30:00");
+}
+
+TEST(CFtpFile, LastWriteTimeReadsWithoutSeconds) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"2009-01-15 10:30:45", "2009-01-15 10:30"},
+      {"1/15/2009 10:30:45 AM", "1/15/2009 10:30 AM"},
+      {"2009-01-15 10:30", "2009-01-15 10:30"},
+      {"2009-01-15", "2009-01-15"},
+      {"", ""},
+  };
+  for (const auto& [stored, read] : cases) {
+    CFtpFile f;
+    f.LastWriteTime(stored);
+    EXPECT_EQ(f.LastWriteTime(), read) << stored;
+  }
+}
+
+TEST(CFtpFiles, KeysIgnoreCaseAndSurviveRemoval) {
+  CFtpFiles files;
+  for (const char* name : {"b.txt", "A.txt", "c.dat"}) {
+    CFtpFile f;
+    f.FileName(name);
+    ASSERT_NE(files.Add(f, name), nullptr);
+  }
+  CFtpFile dup;
+  EXPECT_EQ(files.Add(dup, "B.TXT"), nullptr);
+  EXPECT_EQ(files.Count(), 3);
+  EXPECT_EQ(files.Item(2)->FileName(), "A.txt");
+  EXPECT_EQ(files.Item(0), nullptr);
+  EXPECT_EQ(files.Item(4), nullptr);
+  EXPECT_EQ(files.Item("C.DAT")->FileName(), "c.dat");
+  EXPECT_EQ(files.ItemName("a.TXT")->FileName(), "A.txt");
+  EXPECT_EQ(files.ItemName("zzz"), nullptr);
+
+  EXPECT_TRUE(files.Remove(1));
+  EXPECT_FALSE(files.Remove(3));
+  EXPECT_EQ(files.Item("c.dat")->FileName(), "c.dat");  // keys follow the shifted positions
+  EXPECT_EQ(files.Item("b.txt"), nullptr);
+  EXPECT_NE(files.Add(dup, "b.txt"), nullptr);  // a removed key is free again
+  std::vector<std::string> order;
+  for (const auto& f : files) order.push_back(f.FileName());
+  EXPECT_EQ(order, (std::vector<std::string>{"A.txt", "c.dat", ""}));
+}
+
+}  // namespace
+}  // namespace quorvi::detail
