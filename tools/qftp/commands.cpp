@@ -3,7 +3,13 @@
 #include <cstdint>
 #include <iostream>
 
+#include "commands_browse.h"
+#include "commands_transfer.h"
+#include "script.h"
+
 namespace qftp {
+
+bool Http(quorvi::FtpLibrary& ftp, const Options& options);  // commands_http.cpp
 
 namespace {
 
@@ -43,6 +49,17 @@ const std::vector<Command>& CommandTable() {
       {"rm", 1, 1, Remove},
       {"mv", 2, 2, Move},
       {"quote", 1, SIZE_MAX, Quote},
+      {"ls", 0, 1, List},
+      {"stat", 1, 1, Stat},
+      {"size", 1, 1, Size},
+      {"exists", 1, 1, Exists},
+      {"isdir", 1, 1, IsDir},
+      {"mkdir", 1, 2, MakeDir},
+      {"rmdir", 1, 1, RemoveDir},
+      {"script", 1, 1, Script, false},
+      {"download", 2, 2, Download},
+      {"upload", 2, 2, Upload},
+      {"http", 2, 4, Http, false},
   };
   return commands;
 }

@@ -18,6 +18,9 @@ struct Command {
   std::size_t min_args;
   std::size_t max_args;  ///< SIZE_MAX: any number
   std::function<bool(quorvi::FtpLibrary&, const Options&)> run;
+  /// False for commands that log in themselves or not at all (script): main then neither
+  /// requires a host nor connects, and the command prints its own failures (exit 1 on false).
+  bool needs_login = true;
 };
 
 /// The command of this name, or null.
