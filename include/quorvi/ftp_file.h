@@ -17,7 +17,8 @@ class CFtpFile {
   /// True for a directory (UNIX "d", DOS "<DIR>", any MLSD type but "file"); links are not.
   bool IsDirectory() const { return is_directory_; }
   void IsDirectory(bool value) { is_directory_ = value; }
-  /// Size in bytes; 0 for directories and when unknown.
+  /// Size in bytes as listed; 0 when unknown. MLSD and DOS listings give 0 for folders, UNIX
+  /// listings the folder's own size column (often 4096).
   double FileSize() const { return file_size_; }
   void FileSize(double value) { file_size_ = value; }
   /// Modification time. Stored as given ("YYYY-MM-DD HH:MM:SS" from the parser); read back

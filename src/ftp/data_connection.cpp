@@ -72,6 +72,7 @@ DataConnection::DataConnection(Core& core) : core_(core), random_(std::random_de
   session.hooks.discard_listing = [this] { listing.buffer.Clear(); };
   session.hooks.data_pending = [this] { return m_objDataSocket.m_lngBufferLen; };
   session.hooks.reset_data_pending = [this] { m_objDataSocket.m_lngBufferLen = 0; };
+  session.hooks.forget_created_dirs = [this] { directories.created.clear(); };
   RegisterDispatch(session);
 }
 
@@ -88,6 +89,7 @@ DataConnection::~DataConnection() {
     hooks.discard_listing = nullptr;
     hooks.data_pending = nullptr;
     hooks.reset_data_pending = nullptr;
+    hooks.forget_created_dirs = nullptr;
   }
 }
 

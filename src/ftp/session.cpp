@@ -205,6 +205,7 @@ bool FtpSession::CloseConnection() {
   try {
     core_.transfer.lists.ResetForClose();
     if (hooks.reset_transfer) hooks.reset_transfer();
+    if (hooks.forget_created_dirs) hooks.forget_created_dirs();
     support_->Connecting(false);
     if (Connected()) {
       if (!Quit()) return false;

@@ -27,6 +27,7 @@ struct SessionHooks {
   std::function<void()> close_local_file;       ///< close a transfer's local file
   std::function<void()> discard_listing;        ///< drop listing text received so far
   std::function<void()> reset_transfer;         ///< queue counters, result lists, timing fields
+  std::function<void()> forget_created_dirs;    ///< the created-directories list lasts a connection
   std::function<bool()> http_running;           ///< an HTTP download runs
   std::function<void()> release_http;           ///< release the HTTP socket (Connect step 1)
   std::function<void()> exhaust_retries;        ///< retry counter = attempt limit (Abort)
