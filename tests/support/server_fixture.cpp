@@ -58,7 +58,19 @@ bool Installed(const KindInfo& info) {
   return false;
 }
 
-// A port nobody listens on right now (the kernel's choice for an ephemeral bind).
+bool KeepFolders() { return std::getenv("QUORVI_KEEP_FIXTURES") != nullptr; }
+
+// A fresh 0755 folder: the servers' users (ftptest, ftp, nobody) must be able to enter it.
+fs::path MakeBaseFolder(const KindInfo& info) {
+  std::string pattern = (fs::temp_directory_path() / "quorvi-").string() + info.name + "-XXXXXX";
+  if (::mkdtemp(pattern.data()) == nullptr) return {};
+  fs::permissions(pattern, fs::perms::owner_all | fs::perms::group_read | fs::perms::group_exec |
+                               fs::perms::others_read | fs::perms::others_exec);
+  return pattern;
+}
+
+}  // namespace
+
 std::uint16_t FreeLoopbackPort() {
   const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   if (fd < 0) return 0;
@@ -74,19 +86,6 @@ std::uint16_t FreeLoopbackPort() {
   ::close(fd);
   return port;
 }
-
-// A fresh 0755 folder: the servers' users (ftptest, ftp, nobody) must be able to enter it.
-fs::path MakeBaseFolder(const KindInfo& info) {
-  std::string pattern = (fs::temp_directory_path() / "quorvi-").string() + info.name + "-XXXXXX";
-  if (::mkdtemp(pattern.data()) == nullptr) return {};
-  fs::permissions(pattern, fs::perms::owner_all | fs::perms::group_read | fs::perms::group_exec |
-                               fs::perms::others_read | fs::perms::others_exec);
-  return pattern;
-}
-
-bool KeepFolders() { return std::getenv("QUORVI_KEEP_FIXTURES") != nullptr; }
-
-}  // namespace
 
 const char* KindName(ServerKind kind) { return Info(kind).name; }
 

@@ -1,10 +1,7 @@
 // Real servers for integration tests: each started from tests/fixtures/ on a free loopback port
 // with a fresh temporary root, stopped by PID when the object goes away.
 //
-//   class VsftpdTest : public quorvi::test::ServerSuite<VsftpdTest> {
-//    public:
-//     static quorvi::test::ServerSpec Spec() { return {quorvi::test::ServerKind::Vsftpd}; }
-//   };
+//   QUORVI_SERVER_SUITE(VsftpdTest, ServerKind::Vsftpd);
 //   TEST_F(VsftpdTest, Greets) { ... server().port() ... }
 //
 // A server whose program is not installed skips the suite's tests, except under CI (CI=true),
@@ -94,6 +91,8 @@ struct StartOutcome {
 /// Starts a server on a free loopback port (a few retries if the port is taken meanwhile).
 StartOutcome StartServer(const ServerSpec& spec);
 
+/// A loopback port nobody listens on right now (the kernel's choice for an ephemeral bind).
+std::uint16_t FreeLoopbackPort();
 /// tests/fixtures of this source tree.
 std::filesystem::path FixturesDir();
 /// True when CI=true: missing servers fail instead of skipping.
@@ -124,3 +123,11 @@ class ServerSuite : public ::testing::Test {
 };
 
 }  // namespace quorvi::test
+
+/// Declares the suite class `Name` (inside namespace quorvi::test) whose server is
+/// ServerSpec(kind [, {script arguments} [, {environment}]]).
+#define QUORVI_SERVER_SUITE(Name, ...)                           \
+  class Name : public ServerSuite<Name> {                        \
+   public:                                                       \
+    static ServerSpec Spec() { return ServerSpec(__VA_ARGS__); } \
+  }

@@ -15,30 +15,15 @@
 namespace quorvi::test {
 namespace {
 
-template <const char*... kArgs>
-class FaultSuite : public ServerSuite<FaultSuite<kArgs...>> {
- public:
-  static ServerSpec Spec() { return {ServerKind::FaultFtpd, {kArgs...}}; }
-};
-
-constexpr char kFault[] = "--fault";
-constexpr char kReply[] = "--reply";
-constexpr char kReplyOnce[] = "--reply-once";
-constexpr char kDosList[] = "dos_list";
-constexpr char kMlst451[] = "mlst451";
-constexpr char kMkd550[] = "mkd550";
-constexpr char kMkdExists[] = "mkd550exists";
-constexpr char kNoData[] = "no_data";
-constexpr char kBadPasv[] = "PASV=227 Entering Passive Mode (127,0,0,1,300,7).";
-constexpr char kListRefused[] = "LIST=550 No such directory.";
-
-using DosListing = FaultSuite<kFault, kDosList>;
-using PlainFault = FaultSuite<>;
-using MlstRefused = FaultSuite<kFault, kMlst451>;
-using MkdRefused = FaultSuite<kFault, kMkd550>;
-using MkdExists = FaultSuite<kFault, kMkdExists>;
-using BrokenListing = FaultSuite<kReplyOnce, kBadPasv, kReply, kListRefused>;
-using NoDataConnection = FaultSuite<kFault, kNoData>;
+QUORVI_SERVER_SUITE(DosListing, ServerKind::FaultFtpd, {"--fault", "dos_list"});
+QUORVI_SERVER_SUITE(PlainFault, ServerKind::FaultFtpd);
+QUORVI_SERVER_SUITE(MlstRefused, ServerKind::FaultFtpd, {"--fault", "mlst451"});
+QUORVI_SERVER_SUITE(MkdRefused, ServerKind::FaultFtpd, {"--fault", "mkd550"});
+QUORVI_SERVER_SUITE(MkdExists, ServerKind::FaultFtpd, {"--fault", "mkd550exists"});
+QUORVI_SERVER_SUITE(BrokenListing, ServerKind::FaultFtpd,
+                    {"--reply-once", "PASV=227 Entering Passive Mode (127,0,0,1,300,7).", "--reply",
+                     "LIST=550 No such directory."});
+QUORVI_SERVER_SUITE(NoDataConnection, ServerKind::FaultFtpd, {"--fault", "no_data"});
 
 TEST_F(DosListing, ParsesIisLines) {
   server().WriteFile("pub/dos/a file.txt", "12345");
@@ -63,7 +48,7 @@ TEST_F(PlainFault, MlsdChangesDirectoryAndMlstAnswersSingleFiles) {
   ftp->ListDirByMLSD(true);
   ftp->CacheListing(false);
   ASSERT_TRUE(ftp->Connect());
-  const std::size_t before = ReadLog(server()).size();
+  const std::size_t before = ReadAll(server().log_path()).size();
 
   const auto files = ftp->GetFtpDirectoryInfo("/pub/m");
   ASSERT_TRUE(files) << ftp->ErrorNumber() << " " << ftp->ErrorInfo();
@@ -79,7 +64,7 @@ TEST_F(PlainFault, MlsdChangesDirectoryAndMlstAnswersSingleFiles) {
   ASSERT_TRUE(sub) << ftp->ErrorNumber() << " " << ftp->ErrorInfo();
   EXPECT_EQ(Names(*sub), (std::vector<std::string>{"b.txt"}));
 
-  const std::string log = ReadLog(server()).substr(before);
+  const std::string log = ReadAll(server().log_path()).substr(before);
   const auto cwd = log.find("CWD /pub/m");
   const auto mlsd = log.find("MLSD", cwd);
   const auto back = log.find("CWD /", mlsd);
@@ -95,7 +80,7 @@ TEST_F(PlainFault, ActiveModeSkipsATakenPort) {
   server().WriteFile("pub/act/a.txt", "a");
   auto ftp = BrowserFor(server(), false);
   ASSERT_TRUE(ftp->GetFtpDirectoryInfo("/pub/act")) << ftp->ErrorInfo();
-  const std::string log = ReadLog(server());
+  const std::string log = ReadAll(server().log_path());
   std::smatch port;
   ASSERT_TRUE(std::regex_search(log, port, std::regex(R"(PORT 127,0,0,1,(\d+),(\d+))")));
   const int first = std::stoi(port[1]) * 256 + std::stoi(port[2]);
@@ -112,7 +97,7 @@ TEST_F(PlainFault, ActiveModeSkipsATakenPort) {
   ASSERT_TRUE(ftp->GetFtpDirectoryInfo("/pub/act")) << ftp->ErrorInfo();
   ::close(blocker);
   const int next = first + 2;
-  EXPECT_EQ(Count(ReadLog(server()), "PORT 127,0,0,1," + std::to_string(next / 256) + "," +
+  EXPECT_EQ(Count(ReadAll(server().log_path()), "PORT 127,0,0,1," + std::to_string(next / 256) + "," +
                                          std::to_string(next % 256)),
             1u);
 }
@@ -124,7 +109,7 @@ TEST_F(MlstRefused, FallsBackToListForSingleFiles) {
   const auto info = ftp->GetFtpFileInfo("/pub/f.txt");
   ASSERT_TRUE(info) << ftp->ErrorNumber() << " " << ftp->ErrorInfo();
   EXPECT_EQ(info->FileSize(), 4);
-  EXPECT_EQ(Count(ReadLog(server()), "MLSD"), 0u);
+  EXPECT_EQ(Count(ReadAll(server().log_path()), "MLSD"), 0u);
 }
 
 TEST_F(MkdRefused, ReportsTheServersText) {

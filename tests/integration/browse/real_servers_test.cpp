@@ -99,20 +99,9 @@ void Browses(const TestServer& server, const std::vector<Mode>& modes) {
   }
 }
 
-class VsftpdBrowse : public ServerSuite<VsftpdBrowse> {
- public:
-  static ServerSpec Spec() { return {ServerKind::Vsftpd}; }
-};
-
-class PureFtpdBrowse : public ServerSuite<PureFtpdBrowse> {
- public:
-  static ServerSpec Spec() { return {ServerKind::PureFtpd}; }
-};
-
-class ProftpdBrowse : public ServerSuite<ProftpdBrowse> {
- public:
-  static ServerSpec Spec() { return {ServerKind::Proftpd}; }
-};
+QUORVI_SERVER_SUITE(VsftpdBrowse, ServerKind::Vsftpd);
+QUORVI_SERVER_SUITE(PureFtpdBrowse, ServerKind::PureFtpd);
+QUORVI_SERVER_SUITE(ProftpdBrowse, ServerKind::Proftpd);
 
 TEST_F(VsftpdBrowse, PassiveAndActive) {
   Browses(server(), {{"passive", true, false}, {"active", false, false}});

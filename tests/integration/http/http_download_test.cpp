@@ -9,37 +9,15 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <random>
-#include <sstream>
 #include <string>
 #include <tuple>
 
-#include "server_fixture.h"
+#include "test_helpers.h"
 
 namespace quorvi::test {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string ReadAll(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream out;
-  out << in.rdbuf();
-  return out.str();
-}
-
-std::string Pattern(std::size_t n, unsigned seed) {
-  std::mt19937 gen(seed);
-  std::string s(n, '\0');
-  for (auto& c : s) c = static_cast<char>(gen());
-  return s;
-}
-
-int Count(const std::string& text, const std::string& part) {
-  int n = 0;
-  for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++n;
-  return n;
-}
 
 class HttpDownload : public ServerSuite<HttpDownload> {
  public:
@@ -102,7 +80,7 @@ TEST_F(HttpDownload, TwoFilesDirectAndThroughTheProxy) {
     EXPECT_EQ(ftp_.TransferedRemoteFiles(), Url("a.bin") + "|" + Url("c.bin"));
   }
   EXPECT_GE(transfers, 4);
-  EXPECT_EQ(Count(ReadAll(Proxy().server->log_path()), "/c.bin"), 1);
+  EXPECT_EQ(Count(ReadAll(Proxy().server->log_path()), "/c.bin"), 1u);
 }
 
 // An existing local file meets the replace setting: resume (206), already complete (416), overwrite
@@ -124,15 +102,15 @@ TEST_F(HttpDownload, ExistingLocalFile) {
     Fresh();
     std::ofstream(dir_ / "a.bin", std::ios::binary) << kA.substr(0, c.local_bytes);
     const bool requested = *c.logged != '\0';
-    const int before = Count(AccessLog(), "GET /a.bin");
-    const int before_status = requested ? Count(AccessLog(), c.logged) : 0;
+    const std::size_t before = Count(AccessLog(), "GET /a.bin");
+    const std::size_t before_status = requested ? Count(AccessLog(), c.logged) : 0u;
     ftp_.ReplaceSetting(c.setting);
     ftp_.RemotePath(Url("a.bin"));
     ftp_.LocalPath(dir_.string() + "/");
     ASSERT_TRUE(ftp_.DownloadHttpFile()) << c.setting << ": " << ftp_.ErrorInfo();
-    EXPECT_EQ(Count(AccessLog(), "GET /a.bin"), before + (requested ? 1 : 0)) << c.setting;
+    EXPECT_EQ(Count(AccessLog(), "GET /a.bin"), before + (requested ? 1u : 0u)) << c.setting;
     if (requested) {
-      EXPECT_EQ(Count(AccessLog(), c.logged), before_status + 1) << c.setting;
+      EXPECT_EQ(Count(AccessLog(), c.logged), before_status + 1u) << c.setting;
       EXPECT_EQ(ReadAll(dir_ / c.file), kA) << c.setting;
     } else {
       EXPECT_EQ(ftp_.SkippedFiles(), Url("a.bin"));
@@ -165,8 +143,8 @@ TEST_F(HttpDownload, SecondOfThreeFailsAndTheThirdIsNeverRequested) {
   EXPECT_EQ(ftp_.ErrorNumber(), 18404);
   EXPECT_EQ(ReadAll(dir_ / "new/folder/a.bin"), kA);  // the folder was created
   EXPECT_EQ(ftp_.TransferedRemoteFiles(), Url("a.bin"));
-  EXPECT_EQ(Count(AccessLog(), "GET /missing2.bin"), 1);
-  EXPECT_EQ(Count(AccessLog(), "GET /c3.bin"), 0);
+  EXPECT_EQ(Count(AccessLog(), "GET /missing2.bin"), 1u);
+  EXPECT_EQ(Count(AccessLog(), "GET /c3.bin"), 0u);
 }
 
 TEST_F(HttpDownload, LargeFileByteForByte) {

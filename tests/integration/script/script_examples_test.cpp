@@ -12,26 +12,13 @@
 #include <vector>
 
 #include "script_runner.h"
-#include "server_fixture.h"
+#include "test_helpers.h"
 
 namespace quorvi::test {
 namespace {
 
 namespace fs = std::filesystem;
 using Env = std::vector<std::pair<std::string, std::string>>;
-
-std::string ReadAll(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream out;
-  out << in.rdbuf();
-  return out.str();
-}
-
-std::string Pattern(std::size_t size) {
-  std::string s(size, '\0');
-  for (std::size_t i = 0; i < size; ++i) s[i] = static_cast<char>((i * 7919) >> 3);
-  return s;
-}
 
 std::vector<std::string> Lines(const std::string& text) {
   std::vector<std::string> lines;
@@ -65,10 +52,7 @@ std::vector<std::string> LoginOptions(const TestServer& server) {
           "-p", server.password()};
 }
 
-class ScriptOnVsftpd : public ServerSuite<ScriptOnVsftpd> {
- public:
-  static ServerSpec Spec() { return {ServerKind::Vsftpd}; }
-};
+QUORVI_SERVER_SUITE(ScriptOnVsftpd, ServerKind::Vsftpd);
 
 TEST_F(ScriptOnVsftpd, DownloadsATreeWithProgressLines) {
   const std::string big = Pattern(3 * 1024 * 1024 + 17);
@@ -116,10 +100,7 @@ TEST_F(ScriptOnVsftpd, UploadTakesTheFileQueuedFromOnTransfer) {
   EXPECT_EQ(ReadAll(server().root() / remote.substr(1)), "queued while uploading\n");
 }
 
-class ScriptOnNginx : public ServerSuite<ScriptOnNginx> {
- public:
-  static ServerSpec Spec() { return {ServerKind::Nginx}; }
-};
+QUORVI_SERVER_SUITE(ScriptOnNginx, ServerKind::Nginx);
 
 TEST_F(ScriptOnNginx, DownloadsOverHttpWithoutAnFtpLogin) {
   const std::string body = Pattern(512 * 1024 + 3);

@@ -37,12 +37,6 @@ void ExpectFtpSession(const TestServer& server, const std::string& greeting_mark
   EXPECT_TRUE(std::filesystem::exists(server.log_path())) << server.log_path();
 }
 
-#define QUORVI_SERVER_SUITE(Name, ...)                           \
-  class Name : public ServerSuite<Name> {                        \
-   public:                                                       \
-    static ServerSpec Spec() { return ServerSpec(__VA_ARGS__); } \
-  }
-
 QUORVI_SERVER_SUITE(VsftpdSmoke, ServerKind::Vsftpd);
 QUORVI_SERVER_SUITE(PureFtpdSmoke, ServerKind::PureFtpd);
 QUORVI_SERVER_SUITE(ProftpdSmoke, ServerKind::Proftpd);

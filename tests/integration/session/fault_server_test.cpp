@@ -1,9 +1,6 @@
 // The session against the fault-injecting server: refusals, replies in odd pieces, probes, and
 // connections that never get going. None may hang or leave the object unusable.
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <chrono>
 
@@ -14,13 +11,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-#define FAULT_SUITE(Name, ...)                                                            \
-  class Name : public ServerSuite<Name> {                                                 \
-   public:                                                                                \
-    static ServerSpec Spec() { return ServerSpec(ServerKind::FaultFtpd, {__VA_ARGS__}); } \
-  }
-
-FAULT_SUITE(PlainFault);
+QUORVI_SERVER_SUITE(PlainFault, ServerKind::FaultFtpd);
 
 TEST_F(PlainFault, WrongPasswordShowsTheServersLineThenTheRightOneWorks) {
   auto ftp = ClientFor(server(), server().user(), "wrong");
@@ -48,7 +39,7 @@ TEST_F(PlainFault, SecondOperationFromAHandlerIsRefused) {
   EXPECT_TRUE(StartsWith(nested, "ExeFtpCmd:command not understood;16009#")) << nested;
 }
 
-FAULT_SUITE(SplitReplies, "--fault", "split_replies");
+QUORVI_SERVER_SUITE(SplitReplies, ServerKind::FaultFtpd, {"--fault", "split_replies"});
 
 TEST_F(SplitReplies, RepliesInThreeBytePiecesAreAssembledWhole) {
   auto ftp = ClientFor(server(), server().user());
@@ -62,9 +53,10 @@ TEST_F(SplitReplies, RepliesInThreeBytePiecesAreAssembledWhole) {
   EXPECT_TRUE(StartsWith(ftp->ErrorInfo(), "550 ")) << ftp->ErrorInfo();
 }
 
-FAULT_SUITE(ScriptedReplies, "--fault", "mlst451", "--fault", "noop500", "--fault", "dele550",
-            "--reply", "SYST=200 stale keep-alive\\n215 UNIX Type: L8", "--reply-once",
-            "RNFR=450 Another command is currently pending, try again later.");
+QUORVI_SERVER_SUITE(ScriptedReplies, ServerKind::FaultFtpd,
+                    {"--fault", "mlst451", "--fault", "noop500", "--fault", "dele550", "--reply",
+                     "SYST=200 stale keep-alive\\n215 UNIX Type: L8", "--reply-once",
+                     "RNFR=450 Another command is currently pending, try again later."});
 
 TEST_F(ScriptedReplies, ProbesTurnOffMlsdAndKeepAlive) {
   auto ftp = ClientFor(server());
@@ -97,7 +89,7 @@ TEST_F(ScriptedReplies, AnotherCommandPendingSwitchesKeepAliveOff) {
   EXPECT_EQ(ftp->core().settings.keep_alive_second, 0);
 }
 
-FAULT_SUITE(CloseOnConnect, "--fault", "close_on_connect");
+QUORVI_SERVER_SUITE(CloseOnConnect, ServerKind::FaultFtpd, {"--fault", "close_on_connect"});
 
 TEST_F(CloseOnConnect, ClosingBeforeTheGreetingIsNoResponse) {
   auto ftp = ClientFor(server());
@@ -110,7 +102,7 @@ TEST_F(CloseOnConnect, ClosingBeforeTheGreetingIsNoResponse) {
   EXPECT_EQ(ftp->ErrorNumber(), 16006);
 }
 
-FAULT_SUITE(NoGreeting, "--fault", "no_greeting");
+QUORVI_SERVER_SUITE(NoGreeting, ServerKind::FaultFtpd, {"--fault", "no_greeting"});
 
 TEST_F(NoGreeting, SilentServerTimesOutAfterTimeOut) {
   auto ftp = ClientFor(server());
@@ -125,24 +117,12 @@ TEST_F(NoGreeting, SilentServerTimesOutAfterTimeOut) {
 }
 
 // No server needed: a port nobody listens on, and a name nobody resolves.
-std::uint16_t UnusedPort() {
-  const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t size = sizeof(address);
-  ::bind(fd, reinterpret_cast<sockaddr*>(&address), size);
-  ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size);
-  ::close(fd);
-  return ntohs(address.sin_port);
-}
-
 TEST(UnreachableServer, RefusedPortAndUnknownHostFailQuickly) {
   const struct {
     std::string host;
     std::uint16_t port;
     std::int32_t error;
-  } cases[] = {{"127.0.0.1", UnusedPort(), 16006}, {"no.such.host.invalid", 21, 20002}};
+  } cases[] = {{"127.0.0.1", FreeLoopbackPort(), 16006}, {"no.such.host.invalid", 21, 20002}};
   for (const auto& c : cases) {
     FtpLibrary ftp;
     ftp.ServerName(c.host);

@@ -87,10 +87,7 @@ void ReconnectsAfterTheServerDropped(const TestServer& server) {
 }
 
 #define SESSION_SUITE(Name, Kind)                                      \
-  class Name : public ServerSuite<Name> {                              \
-   public:                                                             \
-    static ServerSpec Spec() { return ServerSpec(Kind); }              \
-  };                                                                   \
+  QUORVI_SERVER_SUITE(Name, Kind);                                     \
   TEST_F(Name, LogsInAnonymously) { LogsInAndCloses(server(), ""); }   \
   TEST_F(Name, LogsInAsUser) { LogsInAndCloses(server(), "ftptest"); } \
   TEST_F(Name, RawCommands) { RawCommands(server()); }                 \

@@ -1,30 +1,16 @@
-// Helpers of the session suites: a component pointed at a test server, a recorder of state
-// changes, and pumping for a bounded time.
+// Helpers of the session suites: a recorder of state changes and pumping for a bounded time.
 #pragma once
 
 #include <quorvi/ftp_library.h>
 
 #include <chrono>
 #include <functional>
-#include <memory>
-#include <string>
 #include <vector>
 
 #include "component/core.h"
-#include "server_fixture.h"
+#include "test_helpers.h"
 
 namespace quorvi::test {
-
-/// A component configured for `server`, logging in as user (anonymous when empty).
-inline std::unique_ptr<FtpLibrary> ClientFor(const TestServer& server, const std::string& user = "",
-                                             const std::string& password = "") {
-  auto ftp = std::make_unique<FtpLibrary>();
-  ftp->ServerName(server.host());
-  ftp->RemotePort(server.port());
-  ftp->UserName(user);
-  ftp->PassWord(password.empty() ? server.password() : password);
-  return ftp;
-}
 
 /// Every FtpState seen in OnStateChange, in order (until the recorder goes away).
 struct StateRecorder {
@@ -47,10 +33,6 @@ inline bool PumpUntil(FtpLibrary& ftp, const std::function<bool()>& done,
   const auto end = std::chrono::steady_clock::now() + limit;
   while (!done() && std::chrono::steady_clock::now() < end) ftp.core().pump().Sleep(10);
   return done();
-}
-
-inline bool StartsWith(const std::string& text, const std::string& prefix) {
-  return text.rfind(prefix, 0) == 0;
 }
 
 }  // namespace quorvi::test

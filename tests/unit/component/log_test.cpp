@@ -24,13 +24,6 @@ fs::path TempRoot(const char* what) {
   return fs::temp_directory_path() / ("quorvi-" + std::string(what) + "-" + std::to_string(getpid()));
 }
 
-// Creating a component writes its registration keys; keep them out of the user's registry.
-struct PrivateRegistry : ::testing::Environment {
-  void SetUp() override { setenv("QUORVI_REGISTRY", TempRoot("registry").c_str(), 1); }
-  void TearDown() override { fs::remove_all(TempRoot("registry")); }
-};
-[[maybe_unused]] const auto* const kRegistry = ::testing::AddGlobalTestEnvironment(new PrivateRegistry);
-
 // The component's "Windows folder" is a fresh temporary folder for each test.
 class LogFile : public ::testing::Test {
  protected:

@@ -157,15 +157,5 @@ TEST(Properties, TextReplacesAllMessagesOrComplains) {
   EXPECT_EQ(other.Text(), translated);
 }
 
-TEST(State, BusyFollowsTheProtocolState) {
-  FtpLibrary lib;
-  for (int s = ftpFreeState; s <= ftpGetFileSize; ++s) {
-    lib.core().SetState(static_cast<FtpStates>(s), false);
-    const bool idle = s == ftpFreeState || s == ftpClosed || s == ftpDirectoryInfoRetrieved ||
-                      s == ftpDownloadCompleted || s == ftpUploadCompleted;
-    EXPECT_EQ(lib.Busy(), !idle) << s;
-  }
-}
-
 }  // namespace
 }  // namespace quorvi

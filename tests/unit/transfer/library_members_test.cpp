@@ -21,7 +21,6 @@ TEST(LibraryMembers, NormaliseCountAndHideWalkErrors) {
   EXPECT_EQ(lib.QueueTotal(), 2);
   lib.RemoveTransferList(" " + dir.string() + "\\y ");
   EXPECT_EQ(lib.CanceledFileList(), dir.string() + "/y");
-  EXPECT_EQ(lib.FormatTime(3725, 1), "1 Hrs 2 Mins 5 Secs");
   EXPECT_EQ(lib.FormatFileSize(1572864), "1.5 MB");
   fs::remove_all(dir);
 }
