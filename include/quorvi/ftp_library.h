@@ -13,9 +13,11 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include <quorvi/enums.h>
+#include <quorvi/ftp_file.h>
 #include <quorvi/event.h>
 #include <quorvi/user_interface.h>
 
@@ -68,6 +70,11 @@ class FtpLibrary {
   void TimeOut(std::int16_t value);
   /// Credential cipher switch: 1 turns it on, 100 off, other values change nothing.
   void Lype(std::int16_t value);
+  /// Pause after each socket notification, milliseconds (default 10, 0..1000). The default
+  /// paces transfers to about one receive buffer per pause; 0 lets them run at network speed.
+  /// Shared by the thread's components.
+  std::int32_t NotificationPause() const;
+  void NotificationPause(std::int32_t ms);
 
   // ---- Paths and transfer settings ----------------------------------------------------------
   /// Remote path list ("|"-separated), stored trimmed.
@@ -215,6 +222,46 @@ class FtpLibrary {
   std::string ExeFtpCmd(const std::string& cmd, const std::string& Arguments = "");
   /// Asks the server for the working directory (PWD).
   std::string GetCurrentDirectory();
+
+  // ---- HTTP download ------------------------------------------------------------------------
+  /// Downloads the URLs in RemotePath ("|"-separated) over HTTP/1.1 to the targets at the same
+  /// positions in LocalPath (a folder, or a file path); resumes with Range, uses ProxyServer
+  /// when set. Needs no FTP connection. Stops at the first failing URL.
+  bool DownloadHttpFile();
+
+  // ---- Transfers ----------------------------------------------------------------------------
+  /// Downloads the remote items of RemotePath ("|"-separated files, folders ending with "/"
+  /// and patterns such as /pub/*.txt) to the local items at the same positions in LocalPath.
+  /// CreateFolder: create a missing local folder of a file item (else error 20010).
+  bool DownLoad(bool CreateFolder = true);
+  /// Uploads the local items of LocalPath (files, folders ending with "/", patterns) to the
+  /// remote items at the same positions in RemotePath ("" = the current directory), then
+  /// whatever AppendTransferList queued meanwhile. CreateFolder: create a missing remote folder
+  /// of a file item.
+  bool UpLoad(bool CreateFolder = true);
+
+  // ---- Listings, remote queries and remote directories ---------------------------------------
+  /// True when the remote file exists (a directory of that name does not count).
+  bool ExistFile(const std::string& FileName);
+  /// Size of a remote file from a listing, else from SIZE; -1 when it does not exist, -2 when
+  /// it cannot be determined.
+  double GetFtpFileSize(const std::string& FilePath);
+  /// Entry of one remote file; nothing for a missing name or a directory (20007).
+  std::optional<CFtpFile> GetFtpFileInfo(const std::string& FilePath = "");
+  /// Entries of a remote folder sorted by name without regard to case; nothing for an empty
+  /// folder, a failed listing or a path that names a file (20008).
+  std::optional<CFtpFiles> GetFtpDirectoryInfo(const std::string& DirectoryPath = "");
+  /// True when the remote directory exists ("" and "/" always do).
+  bool ExistDirectory(const std::string& DirectoryName = "");
+  /// Creates a remote directory, and its missing parents when Recursive; an existing one
+  /// counts as created.
+  bool CreateDirectory(const std::string& DirectoryPath, bool Recursive = true);
+  /// Removes a remote directory with everything in it ("/" is emptied, never removed).
+  bool RemoveDirectory(const std::string& DirectoryPath);
+  /// Changes the server's working directory (CWD); CurrentDirectory() follows.
+  bool SetCurrentDirectory(const std::string& DirectoryPath);
+  /// Parent of the server's working directory ("/" at the top); asks the server with PWD.
+  std::string GetParentDirectory();
 
   // ---- Local files and paths ----------------------------------------------------------------
   /// Creates an empty file and its missing folders; false when the file already exists.

@@ -107,7 +107,7 @@ class Core {
   OnTopList on_top;
   /// The FTP control connection (src/ftp/session.h), created on first use.
   std::shared_ptr<FtpSession> session;
-  /// The data connection and the browsing state (src/ftp/data_connection.h), created on first use.
+  /// The data connection and browsing state (src/ftp/data_connection.h), made on first use.
   std::shared_ptr<DataConnection> data_connection;
   /// The download/upload engines' state (src/transfer/local_file.h), created on first use.
   std::shared_ptr<TransferEngine> engine;

@@ -1,0 +1,45 @@
+// The download engine: DownLoad (path-list pairing into a folder job and a file job),
+// DownLoadAll (folder mode: list, batch the files, recurse into subfolders; file mode: one
+// file after the other with the queue counters) and DownLoadOne (one file: replace decision,
+// RETR exchange, verification, retry with resumption).
+#pragma once
+
+#include <string>
+
+#include "transfer/download_engine_base.h"
+
+namespace quorvi::detail {
+
+class DownloadEngine : private EngineBase {
+ public:
+  using EngineBase::EngineBase;
+
+  /// The public DownLoad: RemotePath/LocalPath path lists; failures reported as "DownLoad".
+  bool DownLoad(bool create_folder);
+
+ private:
+  struct Job {
+    std::string remote_folders, local_folders, remote_files, local_files;
+  };
+  Job Pair(const std::vector<std::string>& remote, const std::vector<std::string>& local);
+  void StartJob();
+  void CloseJob();
+
+  bool DownLoadAll(bool create_folder);
+  bool AllBody(bool create_folder);
+  bool FolderMode(const std::vector<std::string>& remote, const std::vector<std::string>& local,
+                  bool create_folder);
+  bool FolderItem(const std::string& remote_item, const std::string& folder, bool create_folder);
+  bool FileMode(const std::vector<std::string>& remote, const std::vector<std::string>& local,
+                bool create_folder);
+
+  bool DownLoadOne(bool create_folder);
+  bool OneBody(bool create_folder);
+  /// Remote size and the replace decision; false when the file is finished here (skipped,
+  /// renamed, or the size query failed on the first attempt), with result set.
+  bool DecideRemote(bool create_folder, bool& result);
+  bool AskUser();
+  bool Receive();
+};
+
+}  // namespace quorvi::detail

@@ -1,0 +1,82 @@
+// What the download and upload engines share: the remote queries they call, the recorded
+// error, the abort request, the completion wait and the retry with its five-second countdown.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <initializer_list>
+#include <vector>
+#include <string>
+
+#include "component/core.h"
+#include "transfer/local_file.h"
+
+namespace quorvi::detail {
+
+class FtpSession;
+
+/// Which failures the one-file procedures retry.
+struct RetryRule {
+  std::initializer_list<std::int32_t> refused_numbers;
+  std::initializer_list<const char*> refused_phrases;  ///< in ErrorInfo, lower case
+};
+
+/// "Can't find the file[ {0} ]" with the argument in place.
+std::string ErrorTextWith(std::int32_t number, const std::string& argument);
+/// The countdown notice for attempt n with seconds left (English ordinals 1st, 2nd, 3rd).
+std::string RetryNotice(const std::string& message, std::int32_t attempt, std::int32_t seconds);
+/// Splits a path list at "|" (an empty text gives one empty entry).
+std::vector<std::string> SplitList(const std::string& text, char separator = '|');
+/// True for a folder item of a path list: ends with the separator or holds "*" or "?".
+bool IsFolderItem(const std::string& item);
+bool HasPattern(const std::string& item);
+/// True when the list holds nothing but separators and blanks.
+bool OnlySeparators(const std::string& list);
+/// The folder CreateCorrespondFolder adds for a folder item: its own last name, or for a
+/// pattern item the name of the folder the pattern lists.
+std::string CorrespondName(const std::string& item);
+/// Drops one trailing "|".
+void DropTrailingBar(std::string& list);
+
+class EngineBase {
+ public:
+  explicit EngineBase(Core& core);
+
+ protected:
+  Settings& settings() { return core_.settings; }
+  bool ErrorRecorded() const { return core_.error().Number() != 0; }
+  /// Raises the recorded error again (number, ErrorInfo) under source.
+  [[noreturn]] void RaiseRecorded(const std::string& source) const;
+  void RaiseEvent() { RaiseEngineTransferEvent(core_); }
+  /// The remote side says the file does not exist (also after a -1 this engine stored).
+  bool IsNoSuchFile() const;
+  /// A batch loop takes note of an abort request: cleared, noted, 16010 unless an error is
+  /// already recorded.
+  void NoteAbortRequest();
+  /// An abort request ended the file: 16010 replaces whatever the closed connection left.
+  void RecordCanceled();
+  /// After a file of a batch failed: AbortCurrent abandons only that file (recorded as
+  /// aborted under the procedure text); anything else stays recorded.
+  void AbandonCurrentFile(const std::string& path, const std::string& procedure);
+  /// The wait while data moves: 1 ms turns until an error, the operation's end (not while
+  /// reconnecting) or moved() says all bytes are there. True when moved() ended it.
+  bool WaitWhileMoving(FtpOperations op, const std::function<bool()>& moved);
+  /// The wait for the server's final reply in 100 ms steps; when the server does not confirm,
+  /// the operation is ended and the control connection renewed. Logs prefix + True/False.
+  void WaitForCompletion(FtpOperations op, int steps, const std::string& prefix);
+  /// The created-directories switch of an upload: on, or off with its list emptied.
+  void CreatedDirectories(bool on);
+  /// The one-file failure path: not retried → recorded, false; retried → countdown, then
+  /// again() with the resume setting and OnError off.
+  bool HandleFailure(const ComponentError& e, const std::string& procedure, const RetryRule& rule,
+                     const std::function<bool()>& again);
+
+  Core& core_;
+  FtpSession& session_;
+  TransferEngine& engine_;
+
+ private:
+  bool RetryCountdown(const std::string& text);
+};
+
+}  // namespace quorvi::detail

@@ -1,0 +1,176 @@
+#include "transfer/local_file.h"
+
+#include <functional>
+#include <string_view>
+
+#include "component/core.h"
+#include "component/error_object.h"
+#include "ftp/data_connection.h"
+#include "ftp/session.h"
+#include "local/cfile.h"
+#include "local/formatters.h"
+#include "net/csocket.h"
+#include "platform/event_pump.h"
+#include "transfer/download_engine_base.h"
+#include "transfer/transfer_event.h"
+
+namespace quorvi::detail {
+
+namespace {
+
+constexpr std::int32_t kCreateFailed = 20023;
+constexpr std::int32_t kOpenFailed = 20024;
+constexpr std::int32_t kDataSocketFailed = 20061;
+
+// What the data connection asks of a running download or upload.
+class EngineSide : public TransferSide {
+ public:
+  EngineSide(Core& core, TransferEngine& engine) : core_(core), engine_(engine) {}
+
+  void DataConnected() override { StartTransferCommand(core_); }
+
+  void DataArrived(std::string_view bytes) override {
+    if (bytes.empty()) return;
+    if (!engine_.file.Write(bytes.data(), bytes.size())) {
+      RecordError("DataArrived", kOpenFailed,
+                  ErrorTextWith(kOpenFailed, core_.settings.local_path));
+      return;
+    }
+    core_.transfer.progress.DownloadBlock(static_cast<double>(bytes.size()), engine_.bytes,
+                                          engine_.remote_size, core_.settings.without_list,
+                                          Counters(), Settings(), RaiseEvent());
+  }
+
+  void CloseLocalFile() override { engine_.file.Close(); }
+
+  void SendComplete() override {
+    // A file that moves again earns its retries back; a send-complete before any byte went
+    // (the one right after the connect) does not, or a refusal would be retried forever.
+    if (engine_.bytes > core_.transfer.progress.start_offset) engine_.attempt = 1;
+    core_.rt.transfer_state.clear();
+    core_.transfer.progress.UploadStep(engine_.bytes, engine_.local_size,
+                                       core_.settings.max_chunk_size, Counters(), Settings(),
+                                       RaiseEvent());
+  }
+
+  double UploadFileSize() const override { return engine_.local_size; }
+  double UploadBytesSent() const override { return engine_.bytes; }
+  std::int32_t UploadChunkSize() const override { return core_.transfer.progress.chunk_size; }
+
+  std::string ReadUpload(std::size_t n) override {
+    std::string block(n, '\0');
+    block.resize(engine_.file.Read(block.data(), n));
+    return block;
+  }
+
+  void UploadSent(double n) override {
+    core_.transfer.progress.UploadChunk(n, engine_.bytes, engine_.local_size, Counters(),
+                                        Settings());
+  }
+
+ private:
+  FileCounters Counters() { return {core_.rt.percent, core_.rt.transfer_size}; }
+  ProgressSettings Settings() const {
+    return {core_.settings.show_total_percent, core_.settings.max_speed};
+  }
+  std::function<void()> RaiseEvent() {
+    return [this] { RaiseEngineTransferEvent(core_); };
+  }
+
+  Core& core_;
+  TransferEngine& engine_;
+};
+
+}  // namespace
+
+bool LocalFile::Open(const std::string& path, const char* mode) {
+  file_.reset(std::fopen(path.c_str(), mode));
+  return IsOpen();
+}
+
+bool LocalFile::Seek(double offset) {
+  return file_ && fseeko(file_.get(), static_cast<off_t>(offset), SEEK_SET) == 0;
+}
+
+bool LocalFile::Write(const char* data, std::size_t n) {
+  return file_ && std::fwrite(data, 1, n, file_.get()) == n;
+}
+
+std::size_t LocalFile::Read(char* data, std::size_t n) {
+  return file_ ? std::fread(data, 1, n, file_.get()) : 0;
+}
+
+TransferEngine& TransferEngine::Of(Core& core) {
+  if (!core.engine) {
+    core.engine = std::make_shared<TransferEngine>();
+    // The engine owns the local file of a transfer: the end of any operation and the error
+    // procedure close it.
+    core.end_operation_hooks.emplace_back([&core] { CloseLocalFile(core); });
+    core.error_cleanup_hooks.emplace_back([&core](FtpOperations op) {
+      if (op == opDownload || op == opUpload) CloseLocalFile(core);
+    });
+    InstallEngineHooks(core);
+    core.engine->data_side = std::make_shared<EngineSide>(core, *core.engine);
+    DataConnection::Of(core).transfer = core.engine->data_side.get();
+  }
+  return *core.engine;
+}
+
+bool OpenLocalFile(Core& core) {
+  TransferEngine& engine = TransferEngine::Of(core);
+  const std::string& path = core.settings.local_path;
+  if (core.rt.operation == opUpload) {
+    if (!engine.file.Open(path, "rb") || !engine.file.Seek(engine.bytes)) {
+      engine.file.Close();
+      RecordError("OpenLocalFile", kOpenFailed, ErrorTextWith(kOpenFailed, path));
+      return false;
+    }
+    return true;
+  }
+  const bool exists = CFile::FileExists(path);
+  if (!engine.file.Open(path, exists ? "r+b" : "wb")) {
+    const std::int32_t number = exists ? kOpenFailed : kCreateFailed;
+    RecordError("OpenLocalFile", number, ErrorTextWith(number, path));
+    return false;
+  }
+  if (engine.bytes > 0) {
+    engine.file.Seek(engine.bytes);
+    if (!engine.http_download) {
+      FtpSession::Of(core).SendFtpCommand("REST", NumberText(engine.bytes));
+      WriteLog("Download.REST:" + NumberText(engine.bytes) + "#" + path + "|" +
+               core.settings.remote_path);
+    }
+  }
+  return true;
+}
+
+void CloseLocalFile(Core& core) {
+  if (core.engine) core.engine->file.Close();
+}
+
+void CheckSocketState(Core& core) {
+  if (core.error().Number() != 0) return;
+  const CSocket& socket = DataConnection::Of(core).m_objDataSocket;
+  auto state = socket.State();
+  if (state == sckConnected) return;
+  if (state == sckClosed) {
+    RecordError("CheckSocketState", kDataSocketFailed, GetErrorText(kDataSocketFailed));
+    return;
+  }
+  // Bounded by TimeOut: 100 steps of 10 ms per second.
+  const std::int64_t limit = static_cast<std::int64_t>(core.settings.time_out) * 100 + 100;
+  for (std::int64_t step = 0; step < limit; ++step) {
+    core.pump().Sleep(10);
+    if (core.error().Number() != 0) return;
+    state = socket.State();
+    if (state == sckConnected) return;
+  }
+  WriteLog("CSSTimeout:" + std::to_string(state));
+  RecordError("CheckSocketState", kDataSocketFailed, GetErrorText(kDataSocketFailed));
+}
+
+void RaiseEngineTransferEvent(Core& core) {
+  RaiseTransferEvent(core, [&core] { FtpSession::Of(core).Abort(); });
+}
+
+}  // namespace quorvi::detail

@@ -1,0 +1,521 @@
+#include "transfer/upload_engine.h"
+
+#include "component/error_object.h"
+#include "ftp/ftp_text.h"
+#include "ftp/remote_directory_ops.h"
+#include "ftp/remote_queries.h"
+#include "ftp/session.h"
+#include "local/cfile.h"
+#include "local/folder_walker.h"
+#include "local/formatters.h"
+#include "local/mfile.h"
+#include "local/path_rules.h"
+#include "platform/event_pump.h"
+#include "platform/file_system.h"
+#include "transfer/replace_dialog.h"
+#include "transfer/replace_policy.h"
+
+namespace quorvi::detail {
+
+namespace {
+
+// Failures an upload never retries; a refusal that says "denied" or "deny" neither.
+const RetryRule kUploadRetry{{20007, 20061, 20003, 16550, 16501, 16010, 10061},
+                             {"denied", "deny"}};
+
+std::string Trimmed(const std::string& text) { return std::string(TrimBlanks(text)); }
+
+double LocalSize(const std::string& path) {
+  const auto status = platform::Stat(path);
+  return status ? status->size : -1;
+}
+
+// The walker's "Error:<text>#|#<number>" as a failure of the folder item.
+[[noreturn]] void FailWalk(const std::string& entries, const std::string& item) {
+  std::string text = entries.substr(6);
+  std::int32_t number = 0;
+  if (const auto mark = text.find("#|#"); mark != std::string::npos) {
+    number = std::atoi(text.c_str() + mark + 3);
+    text.resize(mark);
+  }
+  if (number == 5 || ftp_text::Contains(ftp_text::Lower(text), "invalid procedure call")) {
+    text = "Some files in '" + item + "' is being used by another process,please try again later.";
+  }
+  Fail(number == 0 ? 75 : number, text, "Upload.GetFolderFilePath");
+}
+
+}  // namespace
+
+double GetTotalSizeLocal(FolderTotals& totals, const std::string& folders,
+                         const std::string& files) {
+  double total = 0;
+  try {
+    for (const auto& folder : SplitList(folders))
+      if (!Trimmed(folder).empty()) total += LocalFolderSize(totals, Trimmed(folder), 0);
+  } catch (const ComponentError&) {
+    return -1;
+  }
+  for (const auto& file : SplitList(files)) {
+    if (Trimmed(file).empty()) continue;
+    const double size = LocalSize(Trimmed(file));
+    if (size < 0) return -1;
+    total += size;
+  }
+  return total;
+}
+
+bool UploadEngine::UpLoad(bool create_folder) {
+  Settings& s = settings();
+  try {
+    if (!session_.Connect()) return false;
+    session_.abort_request = false;
+    engine_.abort_noted = false;
+    core_.transfer.lists.ClearAborted();
+    engine_.local_root.clear();
+    engine_.remote_root.clear();
+    CreatedDirectories(true);
+    if (!core_.transfer.lists.queue_pass) StartJob();
+    if (TrimBlanks(s.remote_path).empty()) s.remote_path = core_.rt.current_directory + "/";
+    if (TrimBlanks(s.local_path).empty()) Fail(20006, GetErrorText(20006), "UpLoad");
+    s.local_path = FormatLocalPath(s.local_path);
+    s.remote_path = FormatFTPPath(s.remote_path);
+    WriteLog("Upload#" + std::to_string(s.replace_setting));
+    WriteLog("Upload.LocalPath=" + s.local_path);
+    WriteLog("Upload.RemotePath=" + s.remote_path);
+
+    const Job job = Pair(SplitList(s.local_path), SplitList(s.remote_path));
+    Progress& p = core_.transfer.progress;
+    if (s.show_total_percent) {
+      p.total_percent = 0;
+      p.total_transfer_size = 0;
+      p.total_file_size =
+          GetTotalSizeLocal(core_.transfer.folder_totals, job.local_folders, job.local_files);
+      WriteLog("UL#TFS#" + NumberText(p.total_file_size) + "#" + s.local_path);
+      if (p.total_file_size < 0) Fail(20009, GetErrorText(20009) + "#" + s.local_path, "Upload");
+    }
+    bool ok = RunJob(job, create_folder);
+
+    ResetDialogAnswer(s.replace_setting);
+    core_.transfer.lists.ClearCanceled();
+    CreatedDirectories(false);
+    if (!TrimBlanks(core_.transfer.lists.TransferList()).empty()) ok = QueuePass(s.remote_path);
+    s.create_correspond_folder = false;
+    p.EndJob();
+    if (ok) p.total_percent = 100;
+    RaiseEvent();
+    return ok;
+  } catch (const ComponentError& e) {
+    FailJob();
+    core_.ReportError("UpLoad", e.number(), e.text());
+  }
+  return false;
+}
+
+UploadEngine::Job UploadEngine::Pair(const std::vector<std::string>& local,
+                                     const std::vector<std::string>& remote) {
+  Job job;
+  Settings& s = settings();
+  TransferLists& lists = core_.transfer.lists;
+  for (std::size_t i = 0; i < local.size(); ++i) {
+    std::string l = Trimmed(local[i]);
+    if (l.empty()) continue;
+    const std::string d =
+        i < remote.size() ? Trimmed(remote[i]) : GetParentFolderPath(remote[0]);
+    if (IsFolderItem(l)) {
+      if (HasPattern(l) && l.back() == '/') l.pop_back();
+      if (!lists.queue_pass) {
+        lists.queue_total += static_cast<std::int32_t>(
+            LocalFolderFileCount(core_.transfer.folder_totals, l, 0));
+      }
+      job.local_folders += l + "|";
+      job.remote_folders +=
+          (s.create_correspond_folder ? d + "/" + CorrespondName(l) : d) + "|";
+    } else {
+      CheckFileType(l, s.file_type_allow, s.file_type_forbid, "UpLoad");
+      if (!lists.queue_pass) lists.queue_total += 1;
+      job.local_files += l + "|";
+      job.remote_files += (i < remote.size() ? d : d + "/") + "|";
+    }
+  }
+  for (auto* list : {&job.local_folders, &job.remote_folders, &job.local_files, &job.remote_files})
+    DropTrailingBar(*list);
+  return job;
+}
+
+void UploadEngine::StartJob() {
+  TransferLists& lists = core_.transfer.lists;
+  lists.queue_index = 0;
+  lists.queue_total = 0;
+  lists.ClearResults();
+  core_.transfer.progress.StartJob(false);
+}
+
+bool UploadEngine::RunJob(const Job& job, bool create_folder) {
+  Settings& s = settings();
+  bool ok = false, folder_job_failed = false;
+  s.remote_path = job.remote_folders;
+  s.local_path = job.local_folders;
+  if (!s.local_path.empty()) {
+    s.local_path = FormatLocalPath(s.local_path);
+    s.remote_path = FormatFTPPath(s.remote_path);
+    if (UpLoadAll(create_folder)) {
+      ok = OnlySeparators(job.local_files);
+    } else {
+      folder_job_failed = true;
+    }
+  }
+  s.local_path = job.local_files;
+  s.remote_path = job.remote_files.empty() ? job.remote_folders : job.remote_files;
+  if (!s.local_path.empty() && !folder_job_failed) {
+    s.local_path = FormatLocalPath(s.local_path);
+    s.remote_path = FormatFTPPath(s.remote_path);
+    ok = UpLoadAll(create_folder) && core_.ErrorNumber() == 0;
+  }
+  return ok;
+}
+
+// The queue pass uploads what the host appended during the job into the folder of the job's
+// first remote destination; each queued item is paired with that folder, so every file keeps
+// its own name there, and a name the finished job stored is renamed (see AvoidJobFiles).
+bool UploadEngine::QueuePass(const std::string& job_remote) {
+  TransferLists& lists = core_.transfer.lists;
+  std::string queued = lists.TakeTransferList();
+  if (!queued.empty() && queued.front() == '|') queued.erase(0, 1);
+  DropTrailingBar(queued);
+
+  const std::string first = Trimmed(SplitList(job_remote)[0]);
+  const std::string folder =
+      !first.empty() && first.back() == '/' ? first : GetParentFolderPath(first) + "/";
+  std::string targets;
+  for (std::size_t i = 0, n = SplitList(queued).size(); i < n; ++i)
+    targets += (i ? "|" : "") + folder;
+
+  job_files_.clear();
+  for (const auto& path : SplitList(lists.TransferedRemoteFiles()))
+    if (!path.empty()) job_files_.insert(ftp_text::Lower(FormatFTPPath(path)));
+
+  lists.queue_pass = true;
+  settings().remote_path = targets;
+  settings().local_path = queued;
+  const bool ok = UpLoad(true);
+  lists.queue_pass = false;
+  return ok;
+}
+
+std::string UploadEngine::AvoidJobFiles(std::string remote) const {
+  if (!core_.transfer.lists.queue_pass) return remote;
+  remote = FormatFTPPath(remote);
+  for (int round = 0; round < 1000 && job_files_.count(ftp_text::Lower(remote)); ++round)
+    remote = HostRenameDestination(remote, core_.settings.rename_rule);
+  return remote;
+}
+
+void UploadEngine::FailJob() {
+  Settings& s = settings();
+  core_.transfer.progress.EndJob();
+  ResetDialogAnswer(s.replace_setting);
+  core_.transfer.lists.ClearCanceled();
+  core_.transfer.lists.ClearTransferList();
+  CreatedDirectories(false);
+  s.create_correspond_folder = false;
+}
+
+bool UploadEngine::UpLoadAll(bool create_folder) {
+  try {
+    return AllBody(create_folder);
+  } catch (const ComponentError& e) {
+    ResetDialogAnswer(settings().replace_setting);
+    core_.ReportError("UpLoadAll", e.number(), e.text());
+  }
+  return false;
+}
+
+bool UploadEngine::AllBody(bool create_folder) {
+  Settings& s = settings();
+  core_.error().Clear();
+  if (core_.rt.operation != opNone) Fail(16009, GetErrorText(16009), "UpLoadAll");
+  if (s.local_path.empty()) Fail(20006, GetErrorText(20006), "UpLoadAll");
+  if (s.remote_path.empty()) Fail(20005, GetErrorText(20005), "UpLoadAll");
+  s.remote_path = FormatFTPPath(s.remote_path);
+  NoteAbortRequest();
+  if (ErrorRecorded()) RaiseRecorded("UpLoadAll");
+
+  s.local_path = FormatLocalPath(s.local_path);
+  const auto local = SplitList(s.local_path);
+  const auto remote = SplitList(s.remote_path);
+  if (!IsFolderItem(s.local_path)) return FileMode(local, remote, create_folder);
+  for (std::size_t i = 0; i < local.size(); ++i) {
+    if (!FolderItem(Trimmed(local[i]), Trimmed(i < remote.size() ? remote[i] : remote[0])))
+      return false;
+  }
+  return true;
+}
+
+bool UploadEngine::FolderItem(const std::string& item, const std::string& remote) {
+  Settings& s = settings();
+  s.remote_path = remote;
+  if (remote != "/" && !CreateDirectory(core_, remote, true)) return false;
+
+  std::string local_root = item;
+  if (local_root.empty() || local_root.back() != '/') {
+    if (HasPattern(local_root)) local_root = GetParentFolderPath(local_root);
+    local_root = FormatLocalPath(local_root + "/");
+  }
+  engine_.local_root = local_root;
+  engine_.remote_root = remote.empty() || remote.back() != '/' ? remote + "/" : remote;
+
+  std::string walked = item;
+  const std::string entries = GetFolderFilePath(
+      walked, true, kWalkMarked, {[this] { core_.pump().DoEvents(); }, {}});
+  std::string files, folders;
+  for (const auto& entry : SplitList(entries, '*')) {
+    // A folder that could not be read fails the item rather than leaving its files out.
+    if (entry.rfind("Error:", 0) == 0) FailWalk(entry, item);
+    if (entry.empty()) continue;
+    const bool marked = entry.find('|') != std::string::npos;
+    const std::string path = marked ? entry.substr(0, entry.size() - 2) : entry;
+    if (entry.size() >= 2 && entry.compare(entry.size() - 2, 2, "|1") == 0) {
+      folders += engine_.remote_root + path.substr(std::min(path.size(), local_root.size())) + "|";
+    } else {
+      files += path + "|";
+    }
+  }
+  if (!files.empty()) {
+    s.remote_path = FormatFTPPath(s.remote_path + "/");
+    s.local_path = files;
+    const bool ok = UpLoadAll(false);
+    engine_.local_root.clear();
+    engine_.remote_root.clear();
+    if (!ok) return false;
+  }
+  engine_.local_root.clear();
+  engine_.remote_root.clear();
+  // Empty local folders exist on the server too.
+  for (const auto& folder : SplitList(FormatFTPPath(folders)))
+    if (!folder.empty()) CreateDirectory(core_, folder, true);
+  return true;
+}
+
+std::string UploadEngine::FileTarget(const std::string& local, std::size_t i,
+                                     const std::vector<std::string>& remote,
+                                     bool single_folder) const {
+  if (single_folder) return remote[0] + "/" + MFile::GetFileName(local);
+  if (i >= remote.size()) return {};
+  const std::string target = Trimmed(remote[i]);
+  if (!target.empty() && target.back() == '/') return target + "/" + MFile::GetFileName(local);
+  return target;
+}
+
+bool UploadEngine::FileMode(const std::vector<std::string>& local,
+                            const std::vector<std::string>& remote, bool create_folder) {
+  Settings& s = settings();
+  TransferLists& lists = core_.transfer.lists;
+  const bool single_folder = remote.size() == 1 && !remote[0].empty() && remote[0].back() == '/';
+  const std::string saved_remote = s.remote_path;
+  for (std::size_t i = 0; i < local.size(); ++i) {
+    s.remote_path.clear();
+    s.local_path = Trimmed(local[i]);
+    if (lists.IsCanceled(s.local_path)) {
+      WriteLog("Skip upload:" + s.local_path + "#[" + lists.CanceledFileList() + "]");
+      continue;
+    }
+    if (s.local_path.empty()) continue;
+    s.remote_path = FileTarget(s.local_path, i, remote, single_folder);
+    if (s.remote_path.empty()) Fail(20019, ErrorTextWith(20019, s.local_path), "UpLoadAll");
+    bool file_create_folder = create_folder;
+    if (!engine_.local_root.empty()) {
+      // A file of a folder item keeps its path relative to the item's root.
+      file_create_folder = true;
+      s.remote_path = engine_.remote_root +
+                      s.local_path.substr(std::min(s.local_path.size(), engine_.local_root.size()));
+    }
+    s.remote_path = AvoidJobFiles(s.remote_path);
+    s.local_path = FormatLocalPath(s.local_path);
+    s.remote_path = FormatFTPPath(s.remote_path);
+    engine_.attempt = 1;
+    if (!UpLoadOne(file_create_folder)) {
+      core_.rt.transfer_state.clear();
+      AbandonCurrentFile(s.local_path, "UpLoadAll_AbortCurrent");
+    }
+    core_.rt.transfer_state.clear();
+    NoteAbortRequest();
+    if (ErrorRecorded()) RaiseRecorded("UpLoadAll");
+  }
+  s.remote_path = saved_remote;
+  return true;
+}
+
+bool UploadEngine::UpLoadOne(bool create_folder) {
+  try {
+    return OneBody(create_folder);
+  } catch (const ComponentError& e) {
+    return HandleFailure(e, "UpLoadOne", kUploadRetry,
+                         [this, create_folder] { return UpLoadOne(create_folder); });
+  }
+}
+
+bool UploadEngine::OneBody(bool create_folder) {
+  Settings& s = settings();
+  TransferLists& lists = core_.transfer.lists;
+  core_.ClearLastError();
+  core_.error().Clear();
+  if (lists.queue_index < lists.queue_total) ++lists.queue_index;
+  // Validation failures are final: no retry can fix them.
+  const auto refuse = [&](std::int32_t number, const std::string& text) {
+    engine_.attempt = s.redo_limit;
+    Fail(number, text, "UpLoadOne");
+  };
+  if (core_.rt.operation != opNone) refuse(16009, GetErrorText(16009));
+  if (s.remote_path.empty()) refuse(20005, GetErrorText(20005));
+  if (s.local_path.empty()) refuse(20006, GetErrorText(20006));
+  if (!CFile::FileExists(s.local_path)) refuse(20009, ErrorTextWith(20009, s.local_path));
+
+  core_.rt.percent = 0;
+  core_.rt.transfer_size = 0;
+  engine_.bytes = 0;
+  engine_.local_size = std::max(LocalSize(s.local_path), 0.0);
+  engine_.remote_size = 0;
+  Progress& p = core_.transfer.progress;
+  p.file_size = 0;
+  p.start_offset = 0;
+  if (engine_.attempt < 2) engine_.attempt = 1;
+  CheckMaxSize(engine_.local_size, s.max_size, "UpLoadOne");
+  WriteLog("Upload.ReplaceSetting=" + std::to_string(s.replace_setting));
+
+  bool result = false;
+  if (!DecideRemote(create_folder, result)) return result;
+  if (!s.overwrite) {
+    engine_.bytes = engine_.remote_size;
+    p.start_offset = engine_.remote_size;
+    p.total_transfer_size += engine_.bytes;
+    WriteLog("Upload.RemoteFileSize=" + NumberText(engine_.remote_size));
+  } else {
+    WriteLog("Upload.OverWrite");
+  }
+  if (engine_.bytes < 0) engine_.bytes = 0;
+  p.file_size = engine_.local_size;
+  if (engine_.local_size > 0 && engine_.bytes >= engine_.local_size) {
+    core_.rt.percent = 100;
+    core_.rt.transfer_size = engine_.local_size;
+    RaiseEvent();
+    return true;
+  }
+  if (engine_.remote_size < 1) {
+    const std::string folder = FormatFTPPath(GetParentFolderPath(s.remote_path));
+    if (!folder.empty() && create_folder && !CreateDirectory(core_, folder, true))
+      WriteLog("CreateDirectory Error -- " + folder);
+  }
+  return Send();
+}
+
+bool UploadEngine::DecideRemote(bool create_folder, bool& result) {
+  Settings& s = settings();
+  const int k = s.replace_setting % kDialogAnswerBase;
+  std::string remote_date;
+  const auto query_size = [&] {
+    engine_.remote_size = GetFtpFileSize(core_, s.remote_path);
+    if (IsNoSuchFile()) {
+      engine_.remote_size = 0;
+    } else if (ErrorRecorded()) {
+      RaiseRecorded("UploadOne");
+    }
+    if (engine_.remote_size < 0) engine_.remote_size = 0;
+  };
+  if (s.replace_setting != kReplaceAsk) {
+    if (k == kReplaceRename || k == kReplaceResume || k == kReplaceResumeAll) query_size();
+  } else if (const auto info = GetFtpFileInfo(core_, s.remote_path)) {
+    engine_.remote_size = info->FileSize();
+    remote_date = info->LastWriteTime();
+  } else if (IsNoSuchFile()) {
+    engine_.remote_size = 0;
+  } else if (ErrorRecorded()) {
+    query_size();
+  }
+
+  DialogRename rename;
+  if (s.replace_setting == kReplaceAsk && engine_.remote_size > 0) {
+    const auto status = platform::Stat(s.local_path);
+    ReplaceQuestion q{MFile::GetFileName(s.remote_path),
+                      engine_.remote_size,
+                      remote_date,
+                      FormatNumber(engine_.local_size),
+                      status ? platform::LocalDateTimeText(status->modified) : std::string(),
+                      ResumeDisableValue(engine_.remote_size, engine_.local_size)};
+    const ReplaceAnswer answer = AskReplace(*core_.ui, [](int i) { return GetMessage(i); },
+                                            core_.shared->disable_skip, q, s.title);
+    s.replace_setting = static_cast<std::int16_t>(kDialogAnswerBase + answer.answer);
+    rename = {answer.file_name, answer.new_name};
+  }
+  const ReplaceOutcome outcome =
+      ApplyReplaceDecision({s.replace_setting, s.overwrite}, s.remote_path, engine_.remote_size,
+                           s.rename_rule, rename, "UpLoadOne");
+  if (outcome.action == ReplaceAction::kSkip) {
+    core_.transfer.lists.RecordSkipped(s.local_path);
+    core_.transfer.progress.total_transfer_size += engine_.local_size;
+    WriteLog("Upload.Skip:#" + s.local_path + "|" + s.remote_path);
+    result = true;
+    return false;
+  }
+  if (outcome.action == ReplaceAction::kRename) {
+    // The nested call counts the file again.
+    --core_.transfer.lists.queue_index;
+    s.remote_path = outcome.destination;
+    result = UpLoadOne(create_folder);
+    return false;
+  }
+  return true;
+}
+
+bool UploadEngine::Send() {
+  Settings& s = settings();
+  Progress& p = core_.transfer.progress;
+  const ProgressClock& clock = p.clock();
+  p.last_data_time = clock.now();
+  p.file_start = clock.now();
+  p.file_end.reset();
+  p.last_event_tick = p.last_data_tick = clock.tick();
+  p.speed_start_tick = 0;
+  p.chunk_size = kSegmentSize;
+  core_.BeginAsyncMethod(opUpload);
+  session_.SendFtpCommand("TYPE", s.transfer_mode == FTP_ASCII_MODE ? "A" : "I");
+  WriteLog("Upload.FileSize=" + NumberText(engine_.local_size));
+
+  if (WaitWhileMoving(opUpload, [&] { return core_.rt.transfer_size >= engine_.local_size; })) {
+    WriteLog("Upload:Exit Do.Start");
+    WaitForCompletion(opUpload, 201, "Upload:Exit Do.");
+  }
+  if (session_.abort_request || core_.rt.aborting_current) RecordCanceled();
+  if (ErrorRecorded()) RaiseRecorded("UpLoadOne");
+
+  const auto counts = [&] {
+    return "#(" + NumberText(engine_.local_size) + "|" + NumberText(engine_.bytes) + ")#" +
+           s.local_path + "|" + s.remote_path;
+  };
+  bool result = false;
+  const bool short_count = engine_.bytes != engine_.local_size;
+  if (short_count) {
+    CheckSocketState(core_);
+    WriteLog("UploadOne.INVSIZE:" + counts());
+    if (ErrorRecorded()) RaiseRecorded("UpLoadOne.CSS");
+  } else {
+    core_.rt.percent = 100;
+    p.remaining_time = 0;
+    core_.transfer.lists.RecordTransferred(s.local_path, s.remote_path);
+    core_.rt.transfer_size = engine_.local_size;
+    result = true;
+  }
+  engine_.attempt = 1;
+  platform::SleepNoPump(10);
+  p.speed_start_tick = 0;
+  p.EndFile();
+  if (short_count) {
+    WriteLog("Upload.FAILED:" + counts());
+    Fail(20061, GetErrorText(20061), "UpLoadOne");
+  }
+  core_.SetState(ftpUploadCompleted);
+  RaiseEvent();
+  WriteLog("Upload.Completed:#" + s.local_path + "|" + s.remote_path);
+  return result;
+}
+
+}  // namespace quorvi::detail

@@ -1,0 +1,43 @@
+// qftp's transfer options (download/upload): parsed beside the connection options and applied
+// to the component before a transfer.
+#pragma once
+
+#include <quorvi/ftp_library.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace qftp {
+
+struct TransferOptions {
+  std::optional<std::string> replace;  ///< ask | overwrite | resume | skip | rename
+  std::optional<std::string> rename_rule;
+  std::optional<int> retries;
+  std::optional<int> max_speed_kib;
+  std::optional<double> max_size_mib;
+  std::optional<std::string> allow, forbid;
+  bool without_list = false;
+  bool correspond_folder = false;
+  bool total = false;
+  std::optional<std::string> status_dir;
+  bool ascii = false;
+};
+
+/// Reads the transfer option `name` (its value inline or as argv[i + 1], advancing i). False
+/// when name is not a transfer option. Throws UsageError for a bad value.
+bool ParseTransferOption(TransferOptions& options, const std::string& name,
+                         const std::vector<std::string>& argv, std::size_t& i, bool inline_value,
+                         const std::string& value);
+
+/// The component's ReplaceSetting for a --replace word (nothing for an unknown word).
+std::optional<std::int16_t> ReplaceCode(const std::string& word);
+
+/// Applies the options; --replace defaults to ask on an interactive terminal, else resume.
+void ApplyTransferOptions(quorvi::FtpLibrary& ftp, const TransferOptions& options,
+                          bool interactive);
+
+/// Each "|" item of a local list made absolute against the current folder.
+std::string AbsoluteLocalList(const std::string& list, const std::string& current_folder);
+
+}  // namespace qftp
