@@ -130,8 +130,8 @@ fs::path TestServer::WriteFile(const std::string& relative, const std::string& c
   return path;
 }
 
-StartOutcome StartServer(const ServerSpec& spec) {
-  const KindInfo& info = Info(spec.kind);
+StartOutcome StartServer(const ServerSetup& setup) {
+  const KindInfo& info = Info(setup.kind);
   StartOutcome outcome;
   if (!Installed(info) || ::geteuid() != 0) {
     outcome.missing = true;
@@ -148,18 +148,18 @@ StartOutcome StartServer(const ServerSpec& spec) {
       continue;
     }
     // tinyproxy takes its state folder where the others take the root.
-    const fs::path first = spec.kind == ServerKind::Tinyproxy ? base / "state" : base / "root";
+    const fs::path first = setup.kind == ServerKind::Tinyproxy ? base / "state" : base / "root";
     std::vector<std::string> argv = {(FixturesDir() / info.script).string(), first.string(),
                                      std::to_string(port)};
-    argv.insert(argv.end(), spec.args.begin(), spec.args.end());
-    auto env = spec.env;
+    argv.insert(argv.end(), setup.args.begin(), setup.args.end());
+    auto env = setup.env;
     env.emplace_back("STATE_DIR", (base / "state").string());
     const auto started = std::chrono::steady_clock::now();
     const ScriptResult run = RunScript(argv, env, milliseconds(15000));
     const auto took = std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - started);
     const long pid = run.exit_code == 0 ? std::strtol(run.out.c_str(), nullptr, 10) : 0;
     if (pid > 0) {
-      outcome.server = std::make_unique<TestServer>(spec.kind, base, port, static_cast<pid_t>(pid), took);
+      outcome.server = std::make_unique<TestServer>(setup.kind, base, port, static_cast<pid_t>(pid), took);
       outcome.problem.clear();
       return outcome;
     }

@@ -35,8 +35,8 @@ enum class ServerKind {
 const char* KindName(ServerKind kind);
 
 /// What to start.
-struct ServerSpec {
-  ServerSpec(ServerKind k, std::vector<std::string> a = {},
+struct ServerSetup {
+  ServerSetup(ServerKind k, std::vector<std::string> a = {},
              std::vector<std::pair<std::string, std::string>> e = {})
       : kind(k), args(std::move(a)), env(std::move(e)) {}
 
@@ -89,7 +89,7 @@ struct StartOutcome {
 };
 
 /// Starts a server on a free loopback port (a few retries if the port is taken meanwhile).
-StartOutcome StartServer(const ServerSpec& spec);
+StartOutcome StartServer(const ServerSetup& setup);
 
 /// A loopback port nobody listens on right now (the kernel's choice for an ephemeral bind).
 std::uint16_t FreeLoopbackPort();
@@ -99,11 +99,11 @@ std::filesystem::path FixturesDir();
 bool RunningUnderCi();
 
 /// One server per test suite: started in SetUpTestSuite, stopped in TearDownTestSuite.
-/// `Suite` provides `static ServerSpec Spec()`.
+/// `Suite` provides `static ServerSetup ServerToStart()`.
 template <typename Suite>
 class ServerSuite : public ::testing::Test {
  protected:
-  static void SetUpTestSuite() { Outcome() = StartServer(Suite::Spec()); }
+  static void SetUpTestSuite() { Outcome() = StartServer(Suite::ServerToStart()); }
   static void TearDownTestSuite() { Outcome() = StartOutcome{}; }
 
   void SetUp() override {
@@ -125,9 +125,9 @@ class ServerSuite : public ::testing::Test {
 }  // namespace quorvi::test
 
 /// Declares the suite class `Name` (inside namespace quorvi::test) whose server is
-/// ServerSpec(kind [, {script arguments} [, {environment}]]).
+/// ServerSetup(kind [, {script arguments} [, {environment}]]).
 #define QUORVI_SERVER_SUITE(Name, ...)                           \
   class Name : public ServerSuite<Name> {                        \
    public:                                                       \
-    static ServerSpec Spec() { return ServerSpec(__VA_ARGS__); } \
+    static ServerSetup ServerToStart() { return ServerSetup(__VA_ARGS__); } \
   }

@@ -21,7 +21,7 @@ namespace fs = std::filesystem;
 
 class HttpDownload : public ServerSuite<HttpDownload> {
  public:
-  static ServerSpec Spec() { return {ServerKind::Nginx}; }
+  static ServerSetup ServerToStart() { return {ServerKind::Nginx}; }
   static void SetUpTestSuite() {
     ServerSuite::SetUpTestSuite();
     Proxy() = StartServer({ServerKind::Tinyproxy});

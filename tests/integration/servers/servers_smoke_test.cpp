@@ -158,7 +158,7 @@ TEST_F(NginxSmoke, ServesFilesAndRanges) {
 // The proxy forwards to an nginx of its own.
 class TinyproxySmoke : public ServerSuite<TinyproxySmoke> {
  public:
-  static ServerSpec Spec() { return {ServerKind::Tinyproxy}; }
+  static ServerSetup ServerToStart() { return {ServerKind::Tinyproxy}; }
   static void SetUpTestSuite() {
     ServerSuite::SetUpTestSuite();
     Upstream() = StartServer({ServerKind::Nginx});

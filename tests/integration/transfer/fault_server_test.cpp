@@ -36,7 +36,7 @@ class FaultSuite : public ServerSuite<Suite> {
 
 class Stor421Once : public FaultSuite<Stor421Once> {
  public:
-  static ServerSpec Spec() { return {ServerKind::FaultFtpd, {"--fault", "stor421once"}}; }
+  static ServerSetup ServerToStart() { return {ServerKind::FaultFtpd, {"--fault", "stor421once"}}; }
 };
 
 TEST_F(Stor421Once, RetriedAfterTheCountdownAndResumed) {
@@ -72,7 +72,7 @@ TEST_F(Stor421Once, RetriedAfterTheCountdownAndResumed) {
 
 class StorDenied : public FaultSuite<StorDenied> {
  public:
-  static ServerSpec Spec() {
+  static ServerSetup ServerToStart() {
     return {ServerKind::FaultFtpd, {"--reply", "STOR=550 Permission denied."}};
   }
 };
@@ -94,7 +94,7 @@ TEST_F(StorDenied, NotRetried) {
 
 class RetrAbort : public FaultSuite<RetrAbort> {
  public:
-  static ServerSpec Spec() { return {ServerKind::FaultFtpd, {"--fault", "retr_abort"}}; }
+  static ServerSetup ServerToStart() { return {ServerKind::FaultFtpd, {"--fault", "retr_abort"}}; }
 };
 
 TEST_F(RetrAbort, PartialFileKeptAndResumable) {
@@ -117,7 +117,7 @@ TEST_F(RetrAbort, PartialFileKeptAndResumable) {
 
 class NoData : public FaultSuite<NoData> {
  public:
-  static ServerSpec Spec() { return {ServerKind::FaultFtpd, {"--fault", "no_data"}}; }
+  static ServerSetup ServerToStart() { return {ServerKind::FaultFtpd, {"--fault", "no_data"}}; }
 };
 
 TEST_F(NoData, StalledDownloadFailsWithTheTimeOut) {

@@ -12,7 +12,7 @@ constexpr std::size_t kLargeFile = 64u << 20;
 template <ServerKind Kind>
 class RoundTrip : public ServerSuite<RoundTrip<Kind>> {
  public:
-  static ServerSpec Spec() { return {Kind}; }
+  static ServerSetup ServerToStart() { return {Kind}; }
 
  protected:
   void Run(bool passive) {

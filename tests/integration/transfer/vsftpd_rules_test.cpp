@@ -14,7 +14,7 @@ namespace {
 
 class VsftpdRules : public ServerSuite<VsftpdRules> {
  public:
-  static ServerSpec Spec() { return {ServerKind::Vsftpd}; }
+  static ServerSetup ServerToStart() { return {ServerKind::Vsftpd}; }
 
  protected:
   void SetUp() override {
