@@ -18,6 +18,7 @@ namespace {
 
 constexpr std::int32_t kDefaultRemotePort = 21;
 constexpr std::int32_t kWrongStateError = 40006;
+constexpr std::int32_t kNotConnected = 10057;  // ENOTCONN
 constexpr const char* kWrongStateText =
     "Wrong protocol or connection state for the requested transaction or request.";
 constexpr int kListenBacklog = 5;
@@ -134,7 +135,13 @@ void CSocket::CloseSocket() {
     if (handle_ == -1) return;
     if (state_ == sckConnected) {
       state_ = sckClosing;
-      if (int err = platform::ShutdownSocket(handle_, platform::ShutdownHow::Send)) Fail(err);
+      if (int err = platform::ShutdownSocket(handle_, platform::ShutdownHow::Send)) {
+        // Nothing left to half-close (the owner already shut both ways, or the peer reset):
+        // that is a close, not a failure that would mask the reply the owner is handling.
+        if (err != kNotConnected) Fail(err);
+        state_ = sckClosed;
+        DestroySocket();
+      }
     } else {
       state_ = sckClosed;
       DestroySocket();
