@@ -140,7 +140,8 @@ int EventPump::MillisecondsToNextTimer(Clock::time_point now) const {
   int best = -1;
   for (const auto& t : timers_) {
     if (!t.enabled || t.running) continue;
-    auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(t.due - now).count();
+    // Rounded up: a timer due in 0.4 ms must not make the caller poll with a zero timeout.
+    auto ms = std::chrono::ceil<std::chrono::milliseconds>(t.due - now).count();
     int v = ms < 0 ? 0 : static_cast<int>(std::min<long long>(ms, 1 << 30));
     if (best < 0 || v < best) best = v;
   }
@@ -166,7 +167,8 @@ void EventPump::Sleep(std::uint32_t ms) {
   // reported (the socket layer re-arms on recv/accept), otherwise poll() returns at once.
   do {
     const auto now = Clock::now();
-    auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - now).count();
+    // Rounded up, so the last fraction of a millisecond is slept in poll(), not spun.
+    auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - now).count();
     int wait = left > 0 ? static_cast<int>(left) : 0;
     if (!queue_.empty()) wait = 0;
     const int to_timer = MillisecondsToNextTimer(now);

@@ -4,6 +4,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <ctime>
 #include <string>
 #include <vector>
 
@@ -140,6 +141,24 @@ TEST(EventPump, HostHookRunsEveryPass) {
   pump.SetHostHook(nullptr);
   pump.DoEvents();
   EXPECT_EQ(calls, 2);
+}
+
+}  // namespace
+}  // namespace quorvi::platform
+
+namespace quorvi::platform {
+namespace {
+
+TEST(EventPump, ShortSleepsWaitInPollInsteadOfSpinning) {
+  // Sleep(1) in a loop is how the engines wait for data; it must not burn a core.
+  EventPump pump;
+  const auto cpu_before = std::clock();
+  const auto wall_before = EventPump::Clock::now();
+  for (int i = 0; i < 100; ++i) pump.Sleep(1);
+  const double cpu = static_cast<double>(std::clock() - cpu_before) / CLOCKS_PER_SEC;
+  const double wall = std::chrono::duration<double>(EventPump::Clock::now() - wall_before).count();
+  EXPECT_GE(wall, 0.1);
+  EXPECT_LT(cpu, wall * 0.5);
 }
 
 }  // namespace
