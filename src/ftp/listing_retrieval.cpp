@@ -25,6 +25,47 @@ bool IsBlank(const std::string& text) {
   return text.find_first_not_of(" \t\r\n") == std::string::npos;
 }
 
+bool HasBlank(const std::string& text) {
+  return text.find_first_of(" \t") != std::string::npos;
+}
+
+// A path's folder ("/" for a top-level name, "" for a bare relative name) and last name.
+std::pair<std::string, std::string> SplitLast(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  if (slash == std::string::npos) return {"", path};
+  return {slash == 0 ? "/" : path.substr(0, slash), path.substr(slash + 1)};
+}
+
+// pure-ftpd splits a LIST argument at its blanks ("LIST /up/with space" lists nothing), so a
+// folder whose path holds a blank is changed into and listed without an argument. A single
+// name with a blank (ListDirForFile off) is found by listing its folder and keeping that name.
+void AvoidSplitArgument(ListingPlan& plan, bool list_dir_for_file) {
+  auto [folder, name] = SplitLast(plan.path);
+  std::string rest;  // what LIST is given after the change
+  if (HasPattern(plan.path)) {
+    rest = name;
+  } else if (plan.explicit_folder) {
+    folder = plan.path;
+  } else if (!list_dir_for_file) {
+    if (!HasBlank(plan.path)) return;
+    plan.only_name = name;
+    plan.listed = folder;
+  }
+  // (ListDirForFile lists the folder of the name: only the folder's blanks matter.)
+  if (!HasBlank(folder)) return;
+  plan.change_directory = true;
+  plan.directory = folder;
+  plan.listed = rest;
+}
+
+// Only the entries named exactly `name`, in their order.
+CFtpFiles OnlyNamed(const CFtpFiles& files, const std::string& name) {
+  CFtpFiles kept;
+  for (const auto& file : files)
+    if (file.FileName() == name) kept.Add(file, file.FileName());
+  return kept;
+}
+
 // What the listing changed and must put back: the list command and the current directory.
 struct Restore {
   bool list_command = false;
@@ -73,18 +114,18 @@ void PutBack(Core& core, const Restore& restore) {
 std::optional<CFtpFiles> RunListing(Core& core, const ListingPlan& plan, Restore& restore) {
   FtpSession& session = FtpSession::Of(core);
   DataConnection& data = DataConnection::Of(core);
-  std::string listed = plan.path;
   if (plan.change_directory) {
     restore.saved_directory = core.rt.current_directory;
-    if (!SetCurrentDirectory(core, plan.path)) return std::nullopt;
+    if (!SetCurrentDirectory(core, plan.directory)) return std::nullopt;
     restore.directory = true;
-    listed.clear();
   }
 
   ListingState& listing = data.listing;
-  listing.listed_path = ftp_text::Trim(listed);
+  listing.listed_path = ftp_text::Trim(plan.listed);
   listing.listed_parent = plan.parent;
-  listing.may_be_file = plan.may_be_file;
+  // ListDirForFile's parent rule applies to the requested path only, never to an argument
+  // already rewritten here.
+  listing.may_be_file = plan.may_be_file && plan.listed == plan.path;
   listing.list_reply = listing.data_closed = false;
   listing.buffer.Clear();
 
@@ -111,6 +152,7 @@ std::optional<CFtpFiles> RunListing(Core& core, const ListingPlan& plan, Restore
                "---------------------------\n" + text + "\n---------------------------");
       Fail(kUnknownListFormat);
     }
+    if (files && !plan.only_name.empty()) files = OnlyNamed(*files, plan.only_name);
     if (core.settings.cache_listing) listing.cached = files;
     if (files && files->Count() == 0) files.reset();
   }
@@ -121,7 +163,7 @@ std::optional<CFtpFiles> RunListing(Core& core, const ListingPlan& plan, Restore
 }  // namespace
 
 ListingPlan PlanListing(const std::string& requested, const std::string& current_directory,
-                        const std::string& list_command) {
+                        const std::string& list_command, bool list_dir_for_file) {
   ListingPlan plan;
   plan.path = FormatFTPPath(requested);
   plan.parent = FormatFTPPath(GetParentFolderPath(plan.path));
@@ -134,7 +176,15 @@ ListingPlan PlanListing(const std::string& requested, const std::string& current
   if (plan.path.empty() || (plan.path[0] != '/' && plan.path[0] != '\\'))
     plan.parent = FormatFTPPath(current_directory + "/" + plan.parent + "/");
   plan.use_list = HasPattern(plan.path) && list_command == "MLSD";
-  plan.change_directory = list_command == "MLSD" && !plan.use_list && !plan.path.empty();
+  plan.listed = plan.path;
+  if (list_command == "MLSD" && !plan.use_list && !plan.path.empty()) {
+    // MLSD takes no path: change into it and list the current directory.
+    plan.change_directory = true;
+    plan.directory = plan.path;
+    plan.listed.clear();
+  } else {
+    AvoidSplitArgument(plan, list_dir_for_file);
+  }
   return plan;
 }
 
@@ -144,7 +194,8 @@ std::optional<CFtpFiles> GetRemoteFilesInfo(Core& core, const std::string& path)
   if (!session.Connect()) return std::nullopt;
   if (!session.RequireFree(kProcedure)) return std::nullopt;
 
-  const ListingPlan plan = PlanListing(path, core.rt.current_directory, core.rt.list_command);
+  const ListingPlan plan = PlanListing(path, core.rt.current_directory, core.rt.list_command,
+                                       core.settings.list_dir_for_file);
   Restore restore;
   if (plan.use_list) {
     core.rt.list_command = "LIST";  // MLSD takes no pattern

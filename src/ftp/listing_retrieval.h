@@ -14,18 +14,23 @@ class Core;
 
 /// How one path is listed.
 struct ListingPlan {
-  std::string path;             ///< what is listed ("" = the current directory)
+  std::string path;             ///< the requested path ("" = the current directory)
   std::string parent;           ///< folder that the entries' FilePath is built from
   bool explicit_folder = false; ///< a pattern or a folder path ending with "/"
   bool may_be_file = false;     ///< the path may name a single file
   bool use_list = false;        ///< a pattern: LIST even when the list command is MLSD
-  bool change_directory = false;///< MLSD: change to the path and list the current directory
+  bool change_directory = false;///< change to `directory` first and back afterwards
+  std::string directory;        ///< the folder changed into (with change_directory)
+  std::string listed;           ///< the argument of LIST/MLSD ("" = the current directory)
+  std::string only_name;        ///< keep only the entries of this exact name ("" = all)
 };
 
-/// The plan for a requested path given the current directory and the list command. The root
-/// "/" stays "/" (listing "" would list the current directory instead).
+/// The plan for a requested path given the current directory, the list command and
+/// ListDirForFile. The root "/" stays "/" (listing "" would list the current directory).
+/// MLSD changes into the folder; so does LIST where its argument would hold a blank, which
+/// some servers (pure-ftpd) split into separate arguments.
 ListingPlan PlanListing(const std::string& requested, const std::string& current_directory,
-                        const std::string& list_command);
+                        const std::string& list_command, bool list_dir_for_file);
 
 /// Lists a remote folder, a pattern or (with ListDirForFile) the folder of a single name.
 /// Nothing when the listing is empty, failed or connecting failed; the reason is in

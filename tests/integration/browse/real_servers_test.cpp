@@ -151,5 +151,39 @@ TEST_F(VsftpdBrowse, EmptyFolderFilePathAndCaseClash) {
   EXPECT_EQ(ftp->ErrorNumber(), 20005);
 }
 
+TEST_F(PureFtpdBrowse, FolderAndFileNamesWithBlanks) {
+  // pure-ftpd splits a LIST argument at its blanks: such folders are changed into instead.
+  server().WriteFile("pub/with space/a b.txt", "ab");
+  server().WriteFile("pub/with space/inner dir/x.txt", "x");
+  server().WriteFile("pub/plain/my file.txt", "mine");
+  for (const bool passive : {true, false}) {
+    SCOPED_TRACE(passive ? "passive" : "active");
+    auto ftp = BrowserFor(server(), passive);
+    ftp->CacheListing(false);  // every query lists
+    ftp->ListAll(!passive);    // "LIST -al" without a path as well
+    ASSERT_TRUE(ftp->SetCurrentDirectory("/pub"));
+    const auto files = ftp->GetFtpDirectoryInfo("/pub/with space");
+    ASSERT_TRUE(files) << ftp->ErrorNumber() << " " << ftp->ErrorInfo();
+    EXPECT_EQ(Names(*files), (std::vector<std::string>{"a b.txt", "inner dir/"}));
+    EXPECT_EQ(files->Item("a b.txt")->FilePath(), "/pub/with space/a b.txt");
+    EXPECT_EQ(ftp->CurrentDirectory(), "/pub");  // changed back
+    // A file: its folder is listed (ListDirForFile, on for pure-ftpd) or, with the option
+    // off, the folder is listed and only the name is kept.
+    for (const bool for_file : {true, false}) {
+      ftp->ListDirForFile(for_file);
+      EXPECT_EQ(ftp->GetFtpFileSize("/pub/with space/a b.txt"), 2) << for_file;
+      EXPECT_EQ(ftp->GetFtpFileSize("/pub/plain/my file.txt"), 4) << for_file;
+      EXPECT_EQ(ftp->GetFtpFileSize("with space/inner dir/x.txt"), 1) << for_file;
+      EXPECT_FALSE(ftp->ExistFile("/pub/with space/inner dir")) << for_file;
+      EXPECT_FALSE(ftp->ExistFile("/pub/with space/b")) << for_file;
+      EXPECT_EQ(ftp->CurrentDirectory(), "/pub");
+    }
+  }
+  auto ftp = BrowserFor(server());
+  EXPECT_TRUE(ftp->RemoveDirectory("/pub/with space")) << ftp->ErrorNumber() << " "
+                                                       << ftp->ErrorInfo();
+  EXPECT_FALSE(fs::exists(server().root() / "pub/with space"));
+}
+
 }  // namespace
 }  // namespace quorvi::test

@@ -56,27 +56,58 @@ TEST(ListingRules, Plans) {
     const char* requested;
     const char* current;
     const char* command;
-    ListingPlan plan;
+    bool list_dir_for_file;
+    const char* path;
+    const char* parent;
+    bool explicit_folder, may_be_file, use_list;
+    const char* directory;  // "" = no change of directory
+    const char* listed;
+    const char* only_name;
   };
   const Case cases[] = {
-      {"/pub/", "/", "LIST", {"/pub", "/pub", true, false, false, false}},
-      {"/pub/a.txt", "/", "LIST", {"/pub/a.txt", "/pub", false, true, false, false}},
-      {"\\pub\\\\x", "/", "LIST", {"/pub/x", "/pub", false, true, false, false}},
-      {"/pub/*.zip", "/", "MLSD", {"/pub/*.zip", "/pub", true, false, true, false}},
-      {"/pub/", "/", "MLSD", {"/pub", "/pub", true, false, false, true}},
-      {"/", "/pub", "LIST", {"/", "", true, false, false, false}},
-      {"/", "/pub", "MLSD", {"/", "", true, false, false, true}},
-      {"", "/pub", "MLSD", {"", "/pub/", false, true, false, false}},
-      {"docs/a.txt", "/home", "LIST", {"docs/a.txt", "/home/docs/", false, true, false, false}},
+      {"/pub/", "/", "LIST", false, "/pub", "/pub", true, false, false, "", "/pub", ""},
+      {"/pub/a.txt", "/", "LIST", false, "/pub/a.txt", "/pub", false, true, false, "", "/pub/a.txt",
+       ""},
+      {"\\pub\\\\x", "/", "LIST", false, "/pub/x", "/pub", false, true, false, "", "/pub/x", ""},
+      {"/pub/*.zip", "/", "MLSD", false, "/pub/*.zip", "/pub", true, false, true, "", "/pub/*.zip",
+       ""},
+      {"/pub/", "/", "MLSD", false, "/pub", "/pub", true, false, false, "/pub", "", ""},
+      {"/", "/pub", "LIST", false, "/", "", true, false, false, "", "/", ""},
+      {"/", "/pub", "MLSD", false, "/", "", true, false, false, "/", "", ""},
+      {"", "/pub", "MLSD", false, "", "/pub/", false, true, false, "", "", ""},
+      {"docs/a.txt", "/home", "LIST", false, "docs/a.txt", "/home/docs/", false, true, false, "",
+       "docs/a.txt", ""},
+      // A LIST argument with a blank would be split: the folder is changed into.
+      {"/up/with space/", "/", "LIST", false, "/up/with space", "/up/with space", true, false,
+       false, "/up/with space", "", ""},
+      {"/a b/*.zip", "/", "MLSD", false, "/a b/*.zip", "/a b", true, false, true, "/a b", "*.zip",
+       ""},
+      {"/a b/x.txt", "/", "LIST", true, "/a b/x.txt", "/a b", false, true, false, "/a b", "", ""},
+      {"/a b/x.txt", "/", "LIST", false, "/a b/x.txt", "/a b", false, true, false, "/a b", "",
+       "x.txt"},
+      {"/pub/my file.txt", "/", "LIST", false, "/pub/my file.txt", "/pub", false, true, false, "",
+       "/pub", "my file.txt"},
+      {"/my file.txt", "/", "LIST", false, "/my file.txt", "/", false, true, false, "", "/",
+       "my file.txt"},
+      {"my file.txt", "/home", "LIST", false, "my file.txt", "/home/", false, true, false, "", "",
+       "my file.txt"},
+      {"/pub/my file.txt", "/", "LIST", true, "/pub/my file.txt", "/pub", false, true, false, "",
+       "/pub/my file.txt", ""},
+      {"/pub/my *.txt", "/", "LIST", false, "/pub/my *.txt", "/pub", true, false, false, "",
+       "/pub/my *.txt", ""},
   };
   for (const auto& c : cases) {
-    const ListingPlan p = PlanListing(c.requested, c.current, c.command);
-    EXPECT_EQ(p.path, c.plan.path) << c.requested;
-    EXPECT_EQ(p.parent, c.plan.parent) << c.requested;
-    EXPECT_EQ(p.explicit_folder, c.plan.explicit_folder) << c.requested;
-    EXPECT_EQ(p.may_be_file, c.plan.may_be_file) << c.requested;
-    EXPECT_EQ(p.use_list, c.plan.use_list) << c.requested;
-    EXPECT_EQ(p.change_directory, c.plan.change_directory) << c.requested;
+    const ListingPlan p = PlanListing(c.requested, c.current, c.command, c.list_dir_for_file);
+    SCOPED_TRACE(std::string(c.requested) + " " + c.command);
+    EXPECT_EQ(p.path, c.path);
+    EXPECT_EQ(p.parent, c.parent);
+    EXPECT_EQ(p.explicit_folder, c.explicit_folder);
+    EXPECT_EQ(p.may_be_file, c.may_be_file);
+    EXPECT_EQ(p.use_list, c.use_list);
+    EXPECT_EQ(p.change_directory, *c.directory != '\0');
+    EXPECT_EQ(p.directory, c.directory);
+    EXPECT_EQ(p.listed, c.listed);
+    EXPECT_EQ(p.only_name, c.only_name);
   }
 }
 
