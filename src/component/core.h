@@ -43,6 +43,7 @@ struct Settings {
   std::int32_t max_chunk_size = 2097152;
   std::int32_t rcvbuf = 0;
   std::int32_t sndbuf = 0;
+  bool sndbuf_set = false;  ///< written by the host (directly or through MaxSpeed)
   std::int64_t max_speed = 0;  ///< bytes per second
   std::string keep_alive_command = "NOOP";
   std::int16_t keep_alive_second = 60;

@@ -190,6 +190,7 @@ void FtpLibrary::Rcvbuf(std::int32_t value) { core_->settings.rcvbuf = std::max(
 std::int32_t FtpLibrary::Sndbuf() const { return core_->settings.sndbuf; }
 void FtpLibrary::Sndbuf(std::int32_t value) {
   core_->settings.sndbuf = std::max(value, kMinBuffer);
+  core_->settings.sndbuf_set = true;
   core_->settings.max_chunk_size = core_->settings.sndbuf;
 }
 

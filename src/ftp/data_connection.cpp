@@ -123,7 +123,10 @@ std::string DataConnection::GetTransferType() const {
 
 void DataConnection::PrepareSocket() {
   m_objDataSocket.Rcvbuf(core_.settings.rcvbuf);
-  m_objDataSocket.Sndbuf(core_.settings.sndbuf);
+  // The 14600-byte default is the upload engine's chunk basis, but as SO_SNDBUF it switches off
+  // the kernel's send-buffer autotuning and uploads stall for delayed acknowledgements (about
+  // 2 MB/s on loopback). So the kernel sizes the buffer unless the host asked for a size.
+  m_objDataSocket.Sndbuf(core_.settings.sndbuf_set ? core_.settings.sndbuf : 0);
 }
 
 void DataConnection::OpenPassiveDataSocket(const std::string& reply) {
