@@ -77,11 +77,7 @@ for ((round = 1; round <= ROUNDS; round++)); do
     measure "qftp pause 0" "download $size" "$bytes" "$QFTP" "${QARGS[@]}" --pause-ms 0 download "/$f" "$work/out/"
     measure curl "upload $size" "$bytes" curl -s -T "$work/up-$size.bin" "$URL/bench/up-curl-$size.bin"
     measure lftp "upload $size" "$bytes" "${LFTP[@]}" "$LSET put $work/up-$size.bin -o bench/up-lftp-$size.bin; quit" 127.0.0.1
-    # With the default pacing an upload moves one send buffer per notification pause
-    # (about 2 MiB/s), so the paced upload is measured on the smaller files only.
-    if [ "$bytes" -le $((64 << 20)) ]; then
-      measure "qftp" "upload $size" "$bytes" "$QFTP" "${QARGS[@]}" --replace overwrite upload "$work/up-$size.bin" "/bench/"
-    fi
+    measure "qftp" "upload $size" "$bytes" "$QFTP" "${QARGS[@]}" --replace overwrite upload "$work/up-$size.bin" "/bench/"
     measure "qftp pause 0" "upload $size" "$bytes" "$QFTP" "${QARGS[@]}" --pause-ms 0 --replace overwrite upload "$work/up-$size.bin" "/bench/"
   done
   tree_bytes=$((TREE_FILES * 4096))
