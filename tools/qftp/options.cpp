@@ -99,7 +99,10 @@ transfer:    --replace ask|overwrite|resume|skip|rename  --rename-rule RULE  --r
              --max-speed KIB  --max-size MIB  --allow EXTS  --forbid EXTS  --without-list
              --correspond-folder  --total  --status-dir DIR  --ascii  --proxy HOST:PORT
 output:      -q (no progress)  -v (print every server message and state change)  --log
-commands:    pwd  rm PATH  mv OLD NEW  quote CMD [ARGS]
+commands:    download REMOTE_LIST LOCAL_LIST   upload LOCAL_LIST REMOTE_LIST   ("|"-separated lists)
+             ls [PATH]  stat PATH  size PATH  exists PATH  isdir PATH  pwd
+             mkdir PATH [--no-recursive]  rmdir PATH  rm PATH  mv OLD NEW  quote CMD [ARGS]
+             http URL_LIST LOCAL_LIST
              script FILE|-  (set NAME VALUE, get NAME..., call NAME [ARG...], on EVENT ...;
                              see examples/scripts/)
 )";
