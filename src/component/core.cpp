@@ -1,5 +1,6 @@
 #include "component/core.h"
 
+#include "component/error_numbers.h"
 #include "local/path_rules.h"
 
 namespace quorvi::detail {
@@ -8,7 +9,6 @@ namespace {
 
 constexpr int kUnknownErrorMessage = 21;
 constexpr int kCanceledMessage = 7;
-constexpr std::int32_t kCanceled = 16010;
 
 // Subsystem hooks run at the end of an operation or during error handling; a failing hook
 // must not stop the others nor the operation's end.
@@ -62,7 +62,7 @@ void Core::ReportError(const std::string& procedure, std::int32_t number, const 
   }
   const std::string message = text.empty() ? ErrorInfo() : text;
   RecordError(name, number, message, show);
-  if (settings.raise_error_event && number != kCanceled && !rt.aborting_current) {
+  if (settings.raise_error_event && number != errors::kCanceled && !rt.aborting_current) {
     on_error.Raise();
   }
   RunHooks(error_cleanup_hooks, rt.operation);
@@ -83,7 +83,7 @@ std::int32_t Core::ErrorNumber() const {
 
 std::string Core::ErrorInfo() const {
   const std::int32_t number = ErrorNumber();
-  if (number == kCanceled) return GetMessage(kCanceledMessage);
+  if (number == errors::kCanceled) return GetMessage(kCanceledMessage);
   std::string text = error().Description();
   if (TrimBlanks(text).empty()) text = rt.last_error_text;
   // No error at all reads as empty text, not as the unknown-error message.

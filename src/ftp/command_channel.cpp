@@ -7,6 +7,7 @@
 
 #include "component/component_error.h"
 #include "component/credential_cipher.h"
+#include "component/error_numbers.h"
 #include "component/error_object.h"
 #include "ftp/command_line.h"
 #include "ftp/reply_parser.h"
@@ -16,9 +17,6 @@
 namespace quorvi::detail {
 
 namespace {
-constexpr std::int32_t kTimedOut = 20004;
-constexpr std::int32_t kReconnectFailed = 16008;
-constexpr std::int32_t kUnfinished = 16009;
 constexpr int kReconnectPauseMs = 1000;
 }  // namespace
 
@@ -44,14 +42,14 @@ bool FtpSession::WaitForOperation(std::initializer_list<FtpOperations> ops, int 
         return std::find(awaited.begin(), awaited.end(), core_.rt.operation) != awaited.end();
       },
       limit, each_turn);
-  if (!done && fail_on_timeout) Fail(kTimedOut);
+  if (!done && fail_on_timeout) Fail(errors::kTimedOut);
   return done;
 }
 
 bool FtpSession::RequireFree(const std::string& procedure) {
   if (core_.rt.operation == opNone) return true;
-  core_.rt.last_error_number = kUnfinished;
-  core_.rt.last_error_text = GetErrorText(kUnfinished);
+  core_.rt.last_error_number = errors::kUnfinished;
+  core_.rt.last_error_text = GetErrorText(errors::kUnfinished);
   WriteLog("FtpLibrary." + procedure + "|" + core_.rt.last_error_text + "(16009)");
   if (core_.settings.raise_error_event && !core_.rt.aborting_current) core_.on_error.Raise();
   return false;
@@ -81,7 +79,7 @@ bool FtpSession::SendFtpCommand(const std::string& command, const std::string& a
       }
       reconnecting = false;
       core_.rt.operation = saved;
-      if (!ok) Fail(core_.ErrorNumber() != 0 ? core_.ErrorNumber() : kReconnectFailed);
+      if (!ok) Fail(core_.ErrorNumber() != 0 ? core_.ErrorNumber() : errors::kReconnectFailed);
     }
 
     reply_buffer.clear();

@@ -4,6 +4,7 @@
 #include <charconv>
 
 #include "component/core.h"
+#include "component/error_numbers.h"
 #include "component/error_object.h"
 #include "ftp/ftp_text.h"
 #include "ftp/session.h"
@@ -21,7 +22,6 @@ constexpr std::int32_t kLastPort = 65535;
 // Ports tried before an active transfer gives up (each taken port costs one bind).
 constexpr int kListenAttempts = 64;
 constexpr std::int32_t kAddressInUse = 10048;
-constexpr std::int32_t kMalformedPassiveReply = 16227;
 
 std::string OperationText(FtpOperations op) { return std::to_string(static_cast<int>(op)); }
 
@@ -134,7 +134,7 @@ void DataConnection::OpenPassiveDataSocket(const std::string& reply) {
   // The address fields are not used: behind NAT they name a private address, so the data
   // connection always goes to the host of the control connection.
   const auto port = ParsePassivePort(reply);
-  if (!port) Fail(kMalformedPassiveReply, reply, "OpenPassiveDataSocket");
+  if (!port) Fail(errors::ReplyError(227), reply, "OpenPassiveDataSocket");
   m_objDataSocket.CloseSocket();
   m_objDataSocket.LocalPort(0);
   m_objDataSocket.RemoteHost(core_.settings.server_name);

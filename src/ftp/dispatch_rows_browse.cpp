@@ -3,6 +3,7 @@
 #include <string>
 
 #include "component/core.h"
+#include "component/error_numbers.h"
 #include "component/error_object.h"
 #include "ftp/data_connection.h"
 #include "ftp/dispatch_table.h"
@@ -63,7 +64,7 @@ double SizeFromReply(const std::string& buffer) {
     if (end == std::string::npos) break;
     start = end + 1;
   }
-  Fail(16213, "Unexpected SIZE reply", "GetFileSize");
+  Fail(errors::ReplyError(213), "Unexpected SIZE reply", "GetFileSize");
 }
 
 }  // namespace

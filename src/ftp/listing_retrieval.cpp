@@ -1,6 +1,7 @@
 #include "ftp/listing_retrieval.h"
 
 #include "component/core.h"
+#include "component/error_numbers.h"
 #include "component/error_object.h"
 #include "ftp/data_connection.h"
 #include "ftp/ftp_text.h"
@@ -13,8 +14,6 @@
 namespace quorvi::detail {
 
 namespace {
-
-constexpr std::int32_t kUnknownListFormat = 16002;
 constexpr const char* kProcedure = "GetRemoteFilesInfo";
 
 bool HasPattern(const std::string& path) {
@@ -150,7 +149,7 @@ std::optional<CFtpFiles> RunListing(Core& core, const ListingPlan& plan, Restore
     if (!IsBlank(text) && !files) {
       WriteLog(std::to_string(text.size()) + "--GetRMInfo--" + plan.path +
                "---------------------------\n" + text + "\n---------------------------");
-      Fail(kUnknownListFormat);
+      Fail(errors::kUnknownListFormat);
     }
     if (files && !plan.only_name.empty()) files = OnlyNamed(*files, plan.only_name);
     if (core.settings.cache_listing) listing.cached = files;

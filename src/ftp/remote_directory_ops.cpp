@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "component/core.h"
+#include "component/error_numbers.h"
 #include "component/error_object.h"
 #include "ftp/data_connection.h"
 #include "ftp/ftp_text.h"
@@ -17,9 +18,6 @@
 namespace quorvi::detail {
 
 namespace {
-
-constexpr std::int32_t kNoRemotePath = 20005;
-constexpr std::int32_t kRefused = 16550;
 // A removal deeper than this is a loop (a link to a parent listed as a folder), not a tree.
 constexpr int kMaxRemovalDepth = 64;
 
@@ -73,7 +71,7 @@ constexpr std::array<std::string_view, 3> kNotEmptyPhrases = {
     "cannot delete", "not empty", "remove directory operation failed"};
 
 bool RefusedAsNotEmpty(Core& core) {
-  if (core.ErrorNumber() != kRefused) return false;
+  if (core.ErrorNumber() != errors::ReplyError(550)) return false;
   const std::string info = ftp_text::Lower(core.ErrorInfo());
   return std::any_of(kNotEmptyPhrases.begin(), kNotEmptyPhrases.end(),
                      [&](std::string_view phrase) { return ftp_text::Contains(info, phrase); });
@@ -164,7 +162,7 @@ bool CreateDirectory(Core& core, const std::string& directory_path, bool recursi
     core.ClearLastError();
     core.error().Clear();
     path = ftp_text::Trim(path);
-    if (path.empty()) Fail(kNoRemotePath);
+    if (path.empty()) Fail(errors::kNoRemotePath);
     if (path.back() == '/') path.pop_back();
     if (path.empty()) return true;  // the root always exists
     FtpSession& session = FtpSession::Of(core);
@@ -195,7 +193,7 @@ bool RemoveDirectory(Core& core, const std::string& directory_path) {
     core.ClearLastError();
     lists.created.clear();
     const std::string path = FormatFTPPath(directory_path);
-    if (path.empty()) Fail(kNoRemotePath);
+    if (path.empty()) Fail(errors::kNoRemotePath);
     FtpSession& session = FtpSession::Of(core);
     if (!session.Connect()) return false;
     if (!session.RequireFree("RemoveDirectory")) return false;
@@ -214,7 +212,7 @@ bool RemoveFTPFolderAndFiles(Core& core, const std::string& folder_path) {
     const LevelScope depth(lists.removal_depth);
     const std::string folder = FormatFTPPath(folder_path + "\\");
     if (depth.level() > kMaxRemovalDepth)
-      Fail(kRefused, "Removal stopped: more than 64 folder levels below [ " + folder + " ]");
+      Fail(errors::ReplyError(550), "Removal stopped: more than 64 folder levels below [ " + folder + " ]");
 
     bool result = false;
     if (const auto files = GetRemoteFilesInfo(core, folder)) {
@@ -236,7 +234,7 @@ bool SetCurrentDirectory(Core& core, const std::string& directory_path) {
   return Guarded(core, "SetCurrentDirectory", false, [&] {
     core.ClearLastError();
     std::string path = FormatFTPPath(ftp_text::Trim(directory_path));
-    if (path.empty()) Fail(kNoRemotePath);
+    if (path.empty()) Fail(errors::kNoRemotePath);
     if (path == ".") path = "/";
     FtpSession& session = FtpSession::Of(core);
     if (!session.Connect()) return false;

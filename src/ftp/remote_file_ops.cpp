@@ -1,6 +1,7 @@
 #include "ftp/remote_file_ops.h"
 
 #include "component/core.h"
+#include "component/error_numbers.h"
 #include "ftp/command_line.h"
 #include "ftp/ftp_text.h"
 #include "ftp/session.h"
@@ -8,8 +9,6 @@
 namespace quorvi::detail {
 
 namespace {
-
-constexpr std::int32_t kNoRemotePath = 20005;
 
 std::string ErrorResult(const Core& core) {
   return "ExeFtpCmd:command not understood;" + std::to_string(core.ErrorNumber()) + "#" +
@@ -22,7 +21,7 @@ bool DeleteRemoteFile(Core& core, const std::string& file_path) {
   return Guarded(core, "DeleteFile", false, [&] {
     core.ClearLastError();
     const std::string path = ftp_text::Trim(file_path);
-    if (path.empty()) Fail(kNoRemotePath);
+    if (path.empty()) Fail(errors::kNoRemotePath);
     FtpSession& session = FtpSession::Of(core);
     if (!session.Connect()) return false;
     if (!session.RequireFree("DeleteFile")) return false;
@@ -38,7 +37,7 @@ bool RenameRemoteFile(Core& core, const std::string& old_name, const std::string
     const std::string from = ftp_text::Trim(old_name);
     const std::string to = ftp_text::Trim(new_name);
     core.ClearLastError();
-    if (from.empty() || to.empty()) Fail(kNoRemotePath);
+    if (from.empty() || to.empty()) Fail(errors::kNoRemotePath);
     if (from == to) return true;
     FtpSession& session = FtpSession::Of(core);
     if (!session.Connect()) return false;

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "component/core.h"
+#include "component/error_numbers.h"
 #include "component/error_object.h"
 #include "ftp/data_connection.h"
 #include "ftp/ftp_text.h"
@@ -18,10 +19,6 @@
 namespace quorvi::detail {
 
 namespace {
-
-constexpr std::int32_t kNoRemotePath = 20005;
-constexpr std::int32_t kNoSuchFile = 20007;
-constexpr std::int32_t kNoSuchFolder = 20008;
 
 // The error text of a number with "{0}" replaced by the path.
 std::string TextWithPath(std::int32_t number, const std::string& path) {
@@ -53,8 +50,8 @@ std::optional<CFtpFile> FileInfoByMlst(Core& core, const std::string& path) {
   }
   const CFtpFile& entry = *files->Item(1);
   if (entry.IsDirectory()) {
-    core.error().Number(kNoSuchFile);
-    core.error().Description(TextWithPath(kNoSuchFile, path));
+    core.error().Number(errors::kRemoteFileMissing);
+    core.error().Description(TextWithPath(errors::kRemoteFileMissing, path));
     return std::nullopt;
   }
   return Copy(entry);
@@ -88,7 +85,7 @@ std::optional<CFtpFiles> GetFtpDirectoryInfo(Core& core, const std::string& dire
     }
     const CFtpFile& first = *files->Item(1);
     if (files->Count() == 1 && !first.IsDirectory() && SameName(first.FileName(), path)) {
-      RecordError("GetFtpDirectoryInfo", kNoSuchFolder, TextWithPath(kNoSuchFolder, path));
+      RecordError("GetFtpDirectoryInfo", errors::kRemoteFolderMissing, TextWithPath(errors::kRemoteFolderMissing, path));
       core.SetState(ftpDirectoryInfoRetrieved);
       return std::optional<CFtpFiles>();
     }
@@ -101,7 +98,7 @@ std::optional<CFtpFiles> GetFtpDirectoryInfo(Core& core, const std::string& dire
 std::optional<CFtpFile> GetFtpFileInfo(Core& core, const std::string& file_path) {
   return Guarded(core, "GetFtpFileInfo", std::optional<CFtpFile>(), [&] {
     const std::string path = FormatFTPPath(file_path);
-    if (path.empty()) Fail(kNoRemotePath);
+    if (path.empty()) Fail(errors::kNoRemotePath);
     // Connected first: the login's feature probe may still change the list command.
     if (!FtpSession::Of(core).Connect()) return std::optional<CFtpFile>();
     // The cache answers by name, whatever folder was listed last.
@@ -116,19 +113,19 @@ std::optional<CFtpFile> GetFtpFileInfo(Core& core, const std::string& file_path)
           return std::optional<CFtpFile>(Copy(entry));
     }
     if (files || core.ErrorNumber() == 0)
-      RecordError("GetFtpFileInfo", kNoSuchFile, TextWithPath(kNoSuchFile, path));
+      RecordError("GetFtpFileInfo", errors::kRemoteFileMissing, TextWithPath(errors::kRemoteFileMissing, path));
     return std::optional<CFtpFile>();
   });
 }
 
 double GetFtpFileSize(Core& core, const std::string& file_path) {
   return Guarded(core, "GetFtpFileSize", -2.0, [&] {
-    if (file_path.empty()) Fail(kNoRemotePath);
+    if (file_path.empty()) Fail(errors::kNoRemotePath);
     // A -1 left by an earlier query must not answer this one.
     DataConnection::Of(core).remote_size = -2;
     if (const auto entry = GetFtpFileInfo(core, file_path)) return entry->FileSize();
     if (IsNoSuchFile(core)) {
-      RecordError("GetFtpFileSize", kNoSuchFile, TextWithPath(kNoSuchFile, file_path));
+      RecordError("GetFtpFileSize", errors::kRemoteFileMissing, TextWithPath(errors::kRemoteFileMissing, file_path));
       return -1.0;
     }
     const double size = GetRemoteFileSize(core, file_path);
@@ -152,7 +149,7 @@ double GetRemoteFileSize(Core& core, const std::string& path) {
     FtpSession& session = FtpSession::Of(core);
     if (!session.Connect()) return -2.0;
     if (!session.RequireFree("GetRemoteFileSize")) return -2.0;
-    if (trimmed.empty()) Fail(kNoRemotePath);
+    if (trimmed.empty()) Fail(errors::kNoRemotePath);
     DataConnection& data = DataConnection::Of(core);
     data.size_path = trimmed;
     data.remote_size = -2;
@@ -169,7 +166,7 @@ double GetRemoteFileSize(Core& core, const std::string& path) {
 bool IsNoSuchFile(Core& core) {
   const std::string info = core.ErrorInfo();
   return DataConnection::Of(core).remote_size == -1 || ftp_text::Contains(info, "no such") ||
-         ftp_text::Contains(info, "cannot find") || core.error().Number() == kNoSuchFile;
+         ftp_text::Contains(info, "cannot find") || core.error().Number() == errors::kRemoteFileMissing;
 }
 
 }  // namespace quorvi::detail

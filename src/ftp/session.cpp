@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <sstream>
 
+#include "component/error_numbers.h"
 #include "component/error_object.h"
 #include "ftp/command_line.h"
 #include "ftp/ftp_text.h"
@@ -13,10 +14,7 @@
 namespace quorvi::detail {
 
 namespace {
-constexpr std::int32_t kInvalidHost = 21000;
 constexpr int kInvalidHostMessage = 46;
-constexpr std::int32_t kNoResponse = 16006;
-constexpr std::int32_t kConnecting = 16007;
 constexpr std::int32_t kControlBuffer = 102400;
 constexpr std::int32_t kDefaultRcvbuf = 1027840;
 constexpr std::int32_t kDefaultSndbuf = 14600;
@@ -66,12 +64,12 @@ bool FtpSession::ConnectSteps() {
   core_.error().Clear();
   Settings& settings = core_.settings;
   if (ftp_text::Contains(settings.server_name, ":")) {
-    RecordError("Connect", kInvalidHost, core_.messages().GetMessage(kInvalidHostMessage));
+    RecordError("Connect", errors::kInvalidHost, core_.messages().GetMessage(kInvalidHostMessage));
     return false;
   }
   StartTimers();
   if (support_->Connecting()) {
-    RecordError("Connect", kConnecting, {});
+    RecordError("Connect", errors::kConnecting, {});
     return false;
   }
 
@@ -104,7 +102,7 @@ bool FtpSession::ConnectSteps() {
   if (core_.error().Number() != 0) Fail(core_.error().Number());
   if (m_objControlSocket.State() != sckConnected) {
     WriteLog("Connect.Error:16006");
-    Fail(kNoResponse);
+    Fail(errors::kNoResponse);
   }
 
   FinishLogin();
@@ -143,7 +141,7 @@ void FtpSession::ConnectWaitTurn() {
   if (connect_retry < connect_retry_limit) {
     ReConnect();
   } else {
-    Fail(kNoResponse);
+    Fail(errors::kNoResponse);
   }
 }
 

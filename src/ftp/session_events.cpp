@@ -2,6 +2,7 @@
 // named handlers and argument sources of the session rows, and the DispatchTarget side.
 #include <optional>
 
+#include "component/error_numbers.h"
 #include "component/error_object.h"
 #include "ftp/ftp_text.h"
 #include "ftp/session.h"
@@ -99,7 +100,7 @@ void FtpSession::RegisterHandlers() {
     const auto directory = ParseCurrentDirectory(reply_buffer);
     core_.rt.current_directory = directory.value_or(std::string());
     if (!directory) {
-      core_.error().Number(16001);
+      core_.error().Number(errors::kBadDirectoryReply);
       core_.error().Description(
           "Cannot retrieve the current directory path. Unexpected server response.");
       CloseConnection();
@@ -110,7 +111,7 @@ void FtpSession::RegisterHandlers() {
   dispatcher.RegisterHandler("CurrentDirectory", [this](const DispatchContext&) {
     const auto directory = ParseCurrentDirectory(reply_buffer);
     core_.rt.current_directory = directory.value_or(std::string());
-    if (!directory) Fail(16001);
+    if (!directory) Fail(errors::kBadDirectoryReply);
     core_.EndAsyncMethod();
   });
   dispatcher.RegisterHandler("DirectoryExists", [this, &s](const DispatchContext& ctx) {

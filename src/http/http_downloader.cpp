@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "component/core.h"
+#include "component/error_numbers.h"
 #include "component/error_object.h"
 #include "ftp/session.h"
 #include "http/http_support.h"
@@ -20,17 +21,6 @@
 namespace quorvi::detail {
 
 namespace {
-
-constexpr std::int32_t kNoRemotePath = 20005;
-constexpr std::int32_t kNoLocalPath = 20006;
-constexpr std::int32_t kFolderMissing = 20010;
-constexpr std::int32_t kNotAbsolute = 20011;
-constexpr std::int32_t kNoTarget = 20019;
-constexpr std::int32_t kCreateFailed = 20023;
-constexpr std::int32_t kUnfinished = 16009;
-constexpr std::int32_t kCanceled = 16010;
-constexpr std::int32_t kNotConnected = 18003;
-constexpr std::int32_t kNoResponse = 18004;
 // The default socket buffers a connection gets while the host has set none.
 constexpr std::int32_t kDefaultRcvbuf = 1027840;
 constexpr std::int32_t kDefaultSndbuf = 14600;
@@ -121,14 +111,14 @@ bool HttpDownloader::Running() const { return core_.engine && core_.engine->http
 
 bool HttpDownloader::DownloadHttpFile() {
   if (Running()) {
-    core_.rt.last_error_number = kUnfinished;
-    core_.rt.last_error_text = GetErrorText(kUnfinished);
+    core_.rt.last_error_number = errors::kUnfinished;
+    core_.rt.last_error_text = GetErrorText(errors::kUnfinished);
     return false;
   }
   if (!FtpSession::Of(core_).RequireFree("DownloadHttpFile")) return false;
   try {
-    if (core_.settings.remote_path.empty()) Fail(kNoRemotePath);
-    if (core_.settings.local_path.empty()) Fail(kNoLocalPath);
+    if (core_.settings.remote_path.empty()) Fail(errors::kNoRemotePath);
+    if (core_.settings.local_path.empty()) Fail(errors::kNoLocalPath);
     core_.ClearLastError();
     core_.error().Clear();
     core_.pump().SetTimerInterval(stall_timer_, stall_check_ms);
@@ -177,14 +167,14 @@ void HttpDownloader::RunBatch() {
       if (!CFile::FolderExists(folder) && !CFile::CreateFolder(folder)) {
         const std::int32_t number = core_.error().Number();
         if (number != 0) Fail(number, core_.error().Description());
-        Fail(kFolderMissing, ErrorTextWithPath(kFolderMissing, folder));
+        Fail(errors::kFolderMissing, ErrorTextWithPath(errors::kFolderMissing, folder));
       }
     }
     if (s.local_path.empty() && !folder.empty()) {
       s.local_path = folder + kLocalSeparator + MFile::GetFileName(s.remote_path);
     }
     if (s.local_path.empty()) {
-      Fail(kNoTarget, ErrorTextWithPath(kNoTarget, s.remote_path));
+      Fail(errors::kNoSavePath, ErrorTextWithPath(errors::kNoSavePath, s.remote_path));
     }
     s.local_path = FormatLocalPath(s.local_path);
     s.remote_path = FormatFTPPath(s.remote_path);
@@ -192,7 +182,7 @@ void HttpDownloader::RunBatch() {
     FtpSession& session = FtpSession::Of(core_);
     if (session.abort_request) {
       session.abort_request = false;
-      Fail(kCanceled);
+      Fail(errors::kCanceled);
     }
   }
   s.local_path = remembered_local;
@@ -216,7 +206,7 @@ bool HttpDownloader::FileSteps(int rename_depth) {
   if (!ApplyReplacePolicy(renamed_to)) return true;  // skipped
   if (!renamed_to.empty()) {
     if (rename_depth >= kMaxRenameDepth)
-      Fail(kCreateFailed, ErrorTextWithPath(kCreateFailed, renamed_to));
+      Fail(errors::kCreateFileFailed, ErrorTextWithPath(errors::kCreateFileFailed, renamed_to));
     core_.settings.local_path = renamed_to;
     return DownloadHttpFileOne(rename_depth + 1);
   }
@@ -226,7 +216,7 @@ bool HttpDownloader::FileSteps(int rename_depth) {
   if (engine.local_size > 0) {
     if (core_.settings.overwrite) {
       if (platform::DeleteFile(core_.settings.local_path) != 0) {
-        Fail(kCreateFailed, ErrorTextWithPath(kCreateFailed, core_.settings.local_path));
+        Fail(errors::kCreateFileFailed, ErrorTextWithPath(errors::kCreateFileFailed, core_.settings.local_path));
       }
       engine.local_size = 0;
     } else {
@@ -280,10 +270,10 @@ void HttpDownloader::PrepareFile() {
 void HttpDownloader::CheckLocalTarget() {
   const std::string& local = core_.settings.local_path;
   if (!CFile::FileExists(local)) {
-    if (!IsAbsoluteLocalPath(local)) Fail(kNotAbsolute, ErrorTextWithPath(kNotAbsolute, local));
+    if (!IsAbsoluteLocalPath(local)) Fail(errors::kNotAbsolute, ErrorTextWithPath(errors::kNotAbsolute, local));
     const std::string parent = GetParentFolderPath(local);
     if (!CFile::FolderExists(parent))
-      Fail(kFolderMissing, ErrorTextWithPath(kFolderMissing, parent));
+      Fail(errors::kFolderMissing, ErrorTextWithPath(errors::kFolderMissing, parent));
     return;
   }
   const auto status = platform::Stat(local);
@@ -330,7 +320,7 @@ void HttpDownloader::ConnectSocket() {
   const bool proxy = !TrimBlanks(s.proxy_server).empty();
   // The port properties are 16-bit: a port above 32767 is stored as its negative twin.
   const std::int32_t port = proxy ? static_cast<std::uint16_t>(s.proxy_port) : url_port_;
-  if (port < 1 || port > 65535) Fail(kNotConnected, GetHttpErrorText(kNotConnected));
+  if (port < 1 || port > 65535) Fail(errors::kHttpConnectFailed, GetHttpErrorText(errors::kHttpConnectFailed));
   m_objHttpSocket->RemoteHost(proxy ? s.proxy_server : url_host_);
   m_objHttpSocket->RemotePort(port);
   if (s.rcvbuf < 1) {
@@ -353,10 +343,10 @@ bool HttpDownloader::WaitForBody() {
     core_.pump().Sleep(1);
     if (session.abort_request) {
       session.abort_request = false;
-      Fail(kCanceled);
+      Fail(errors::kCanceled);
     }
     if (engine.remote_size > 0 && engine.bytes >= engine.remote_size) return true;
-    if (progress.clock().now() - progress.last_data_time > limit) Fail(20004);
+    if (progress.clock().now() - progress.last_data_time > limit) Fail(errors::kTimedOut);
   }
   return false;
 }
@@ -375,8 +365,8 @@ bool HttpDownloader::Finish() {
   if (const std::int32_t number = core_.error().Number(); number != 0) {
     Fail(number, core_.error().Description());
   }
-  if (stage_ == 0) Fail(kNotConnected, GetHttpErrorText(kNotConnected));
-  if (stage_ == 1) Fail(kNoResponse, GetHttpErrorText(kNoResponse));
+  if (stage_ == 0) Fail(errors::kHttpConnectFailed, GetHttpErrorText(errors::kHttpConnectFailed));
+  if (stage_ == 1) Fail(errors::kHttpNoResponse, GetHttpErrorText(errors::kHttpNoResponse));
 
   Settings& s = core_.settings;
   TransferEngine& engine = TransferEngine::Of(core_);

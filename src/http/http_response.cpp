@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "component/core.h"
+#include "component/error_numbers.h"
 #include "component/error_object.h"
 #include "ftp/session.h"
 #include "http/http_downloader.h"
@@ -19,12 +20,6 @@
 namespace quorvi::detail {
 
 namespace {
-
-constexpr std::int32_t kHttpError = 18000;
-constexpr std::int32_t kNoResuming = 18001;
-constexpr std::int32_t kNoFileSize = 18002;
-constexpr std::int32_t kWriteFailed = 20024;
-constexpr std::int32_t kStalled = 20004;
 constexpr std::uint64_t kEventIntervalMs = 201;
 constexpr char kHeaderEnd[] = "\r\n\r\n";
 // How much of the body after the header is looked at for an error page's title.
@@ -113,7 +108,7 @@ void HttpDownloader::m_objHttpSocket_OnDataArrival(double /*bytesTotal*/) {
     const std::size_t end = header_bytes_.find(kHeaderEnd);
     if (end == std::string::npos ? header_bytes_.size() > kMaxHeaderBytes : end > kMaxHeaderBytes) {
       LogHeaderError(header_bytes_);
-      Fail(kHttpError, "Header Error");
+      Fail(errors::kHttpError, "Header Error");
     }
     if (end == std::string::npos) return;
     header_received_ = true;
@@ -133,14 +128,14 @@ std::size_t HttpDownloader::ProcessHeader(const std::string& response, std::size
   const std::string header = FromAnsi(response.substr(0, header_end));
   const std::string status = MHttpSupport::GetStatusLine(header);
   const std::int32_t code = StatusCode(status);
-  if (code == 0) Fail(kHttpError, status.empty() ? "Unreadable HTTP status line" : status);
+  if (code == 0) Fail(errors::kHttpError, status.empty() ? "Unreadable HTTP status line" : status);
   if (code >= 300 && code < 400) {
     const std::string location = MHttpSupport::GetHeaderValue(header, "Location:");
-    Fail(kHttpError, "HTTP redirects are not supported (" + status +
+    Fail(errors::kHttpError, "HTTP redirects are not supported (" + status +
                          (location.empty() ? "" : " to " + location) + ")");
   }
   if (code != 200 && code != 206 && code != 416) {
-    Fail(kHttpError + code, code == 404 ? std::string() : status);
+    Fail(errors::kHttpError + code, code == 404 ? std::string() : status);
   }
 
   TransferEngine& engine = TransferEngine::Of(core_);
@@ -155,22 +150,22 @@ std::size_t HttpDownloader::ProcessHeader(const std::string& response, std::size
     const std::string range = MHttpSupport::GetHeaderValue(header, "Content-Range:");
     const std::string expected = "bytes " + NumberText(core_.rt.transfer_size) + "-";
     if (code != 206 || (!range.empty() && !range.starts_with(expected))) {
-      Fail(kNoResuming, MHttpSupport::GetHttpErrorText(kNoResuming));
+      Fail(errors::kNoResuming, MHttpSupport::GetHttpErrorText(errors::kNoResuming));
     }
   } else if (code == 416) {
-    Fail(kHttpError + code, status);
+    Fail(errors::kHttpError + code, status);
   }
   if (ContainsNoCase(MHttpSupport::GetHeaderValue(header, "Transfer-Encoding:"), "chunked")) {
-    Fail(kHttpError, "Chunked transfer encoding is not supported");
+    Fail(errors::kHttpError, "Chunked transfer encoding is not supported");
   }
   if (const std::string title = MHttpSupport::GetErrorPageTitle(text); !title.empty()) {
-    Fail(kHttpError, title);
+    Fail(errors::kHttpError, title);
   }
 
   const double length = MHttpSupport::GetContentLength(header);
   if (length < 1) {
     LogHeaderError(response);
-    Fail(kNoFileSize, MHttpSupport::GetHttpErrorText(kNoFileSize));
+    Fail(errors::kNoFileSize, MHttpSupport::GetHttpErrorText(errors::kNoFileSize));
   }
   engine.remote_size = length + (core_.settings.overwrite ? 0 : core_.rt.transfer_size);
   core_.transfer.progress.file_size = engine.remote_size;
@@ -180,13 +175,13 @@ std::size_t HttpDownloader::ProcessHeader(const std::string& response, std::size
 
 void HttpDownloader::WriteBody(const char* data, std::size_t n) {
   TransferEngine& engine = TransferEngine::Of(core_);
-  if (engine.remote_size <= 0) Fail(kNoFileSize, MHttpSupport::GetHttpErrorText(kNoFileSize));
+  if (engine.remote_size <= 0) Fail(errors::kNoFileSize, MHttpSupport::GetHttpErrorText(errors::kNoFileSize));
   // Bytes beyond the announced length are not part of the file.
   const double room = engine.remote_size - engine.bytes;
   if (room <= 0) return;
   n = static_cast<std::size_t>(std::min(static_cast<double>(n), room));
   if (!engine.file.Write(data, n)) {
-    Fail(kWriteFailed, ErrorTextWithPath(kWriteFailed, core_.settings.local_path));
+    Fail(errors::kOpenFileFailed, ErrorTextWithPath(errors::kOpenFileFailed, core_.settings.local_path));
   }
   engine.bytes += static_cast<double>(n);
   UpdateProgress();
@@ -228,7 +223,7 @@ void HttpDownloader::m_objHttpSocket_OnClose() {
   if (!Running() || core_.rt.operation != opDownload) return;
   if (stage_ == 2 && !header_received_ && core_.error().Number() == 0) {
     LogHeaderError(header_bytes_);
-    RecordHttpError(kHttpError, "Header Error");
+    RecordHttpError(errors::kHttpError, "Header Error");
   }
   core_.EndAsyncMethod();
 }
@@ -244,7 +239,7 @@ void HttpDownloader::StallTick() {
   if (std::floor(p.clock().now() - p.last_data_time) <= core_.settings.time_out) return;
   const TransferEngine& engine = TransferEngine::Of(core_);
   if (engine.remote_size <= 0 || engine.bytes < engine.remote_size) {
-    RecordError("Timeout_Timer:Download", kStalled, GetErrorText(kStalled));
+    RecordError("Timeout_Timer:Download", errors::kTimedOut, GetErrorText(errors::kTimedOut));
     return;
   }
   core_.EndAsyncMethod();

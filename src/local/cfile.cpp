@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "component/component_error.h"
+#include "component/error_numbers.h"
 #include "component/error_object.h"
 #include "component/message_table.h"
 #include "component/thread_shared.h"
@@ -167,7 +168,7 @@ bool CFile::CreateFolder(std::string& path) {
     if (path.size() > 1 && path.back() == kLocalSeparator) path.pop_back();
     if (path.empty()) Fail(kOwnErrorNumber, GetMessage(kMsgInputFileName), "CreateFolder");
     if (!IsAbsoluteLocalPath(path)) {
-      Fail(20011, FormatMessage(GetMessage(kMsgAbsolutePath), {path}), "CreateFolder");
+      Fail(errors::kNotAbsolute, FormatMessage(GetMessage(kMsgAbsolutePath), {path}), "CreateFolder");
     }
     if (FolderExists(path)) return true;
     std::string parent = detail::GetParentFolderPath(path);

@@ -4,6 +4,7 @@
 #include <cerrno>
 
 #include "component/core.h"
+#include "component/error_numbers.h"
 #include "component/error_object.h"
 #include "component/message_table.h"
 #include "local/cfile.h"
@@ -39,13 +40,13 @@ bool FtpLibrary::CreateLocalFile(const std::string& FilePath) {
     const std::string path = detail::FormatLocalPath(FilePath);
     if (path.empty()) detail::Fail(CFile::kOwnErrorNumber, detail::GetMessage(kMsgInputFileName));
     if (!detail::IsAbsoluteLocalPath(path)) {
-      detail::Fail(20011, detail::FormatMessage(detail::GetMessage(kMsgAbsolutePath), {path}));
+      detail::Fail(errors::kNotAbsolute, detail::FormatMessage(detail::GetMessage(kMsgAbsolutePath), {path}));
     }
     if (CFile::FileExists(path)) return false;
     std::string parent = detail::GetParentFolderPath(path);
     CFile::CreateFolder(parent);
     if (platform::CreateEmptyFile(path) != 0) {
-      detail::Fail(20023, detail::FormatMessage(detail::GetMessage(kMsgCreateFileFailed), {path}));
+      detail::Fail(errors::kCreateFileFailed, detail::FormatMessage(detail::GetMessage(kMsgCreateFileFailed), {path}));
     }
     return true;
   });

@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "component/error_numbers.h"
 #include "component/thread_shared.h"
 #include "local/encoding.h"
 #include "net/csocket_guard.inl"
@@ -17,7 +18,6 @@ namespace quorvi::detail {
 namespace {
 
 constexpr std::int32_t kDefaultRemotePort = 21;
-constexpr std::int32_t kWrongStateError = 40006;
 constexpr std::int32_t kNotConnected = 10057;  // ENOTCONN
 constexpr const char* kWrongStateText =
     "Wrong protocol or connection state for the requested transaction or request.";
@@ -162,7 +162,7 @@ void CSocket::ConnectHandle(int depth) {
       Fail(number);
     }
     const auto address = platform::ParseDottedIPv4(remote_host_);
-    if (!address) Fail(20002);
+    if (!address) Fail(errors::kUnresolvedHost);
     const platform::Endpoint to{*address, static_cast<std::uint16_t>(RemotePort())};
     if (!SocketExists()) return;
     const int err = platform::ConnectSocket(handle_, to);
@@ -272,7 +272,7 @@ void CSocket::SendData(const SocketValue& varData, double& lngBufferLength, bool
                        bool blnUTF8) {
   Protect("SendData", [&] {
     list_command_ = blnListCommand;
-    if (protocol_ == 0 && handle_ == -1) Fail(kWrongStateError, kWrongStateText);
+    if (protocol_ == 0 && handle_ == -1) Fail(errors::kWrongState, kWrongStateText);
     if (protocol_ == 1 && !SocketExists()) return;
     send_offset_ = 0;
     if (auto bytes = ValueToBytes(varData, blnUTF8)) {

@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 
+#include "component/error_numbers.h"
 #include "platform/event_pump.h"
 
 namespace quorvi::detail {
@@ -30,7 +31,7 @@ inline constexpr std::uint32_t kNotificationPauseMs = 10;
 /// Largest UDP datagram the service reports.
 inline constexpr std::int32_t kMaxDatagramSize = 65507;
 /// Error that the connect-phase rule substitutes (no response from the server).
-inline constexpr std::int32_t kConnectNoResponse = 16006;
+inline constexpr std::int32_t kConnectNoResponse = errors::kNoResponse;
 
 class SocketSupport : public std::enable_shared_from_this<SocketSupport> {
  public:

@@ -1,5 +1,6 @@
 #include "transfer/download_engine.h"
 
+#include "component/error_numbers.h"
 #include "component/error_object.h"
 #include "ftp/ftp_text.h"
 #include "ftp/remote_directory_ops.h"
@@ -35,8 +36,8 @@ std::string Trimmed(const std::string& text) { return std::string(TrimBlanks(tex
 bool DownloadEngine::DownLoad(bool create_folder) {
   Settings& s = settings();
   try {
-    if (s.remote_path.empty()) Fail(20005, GetErrorText(20005), "DownLoad");
-    if (s.local_path.empty()) Fail(20006, GetErrorText(20006), "DownLoad");
+    if (s.remote_path.empty()) Fail(errors::kNoRemotePath, GetErrorText(errors::kNoRemotePath), "DownLoad");
+    if (s.local_path.empty()) Fail(errors::kNoLocalPath, GetErrorText(errors::kNoLocalPath), "DownLoad");
     if (!session_.Connect()) return false;
     session_.abort_request = false;
     engine_.abort_noted = false;
@@ -133,9 +134,9 @@ bool DownloadEngine::DownLoadAll(bool create_folder) {
 bool DownloadEngine::AllBody(bool create_folder) {
   Settings& s = settings();
   core_.error().Clear();
-  if (core_.rt.operation != opNone) Fail(16009, GetErrorText(16009), "DownLoadAll");
-  if (s.remote_path.empty()) Fail(20005, GetErrorText(20005), "DownLoadAll");
-  if (s.local_path.empty()) Fail(20006, GetErrorText(20006), "DownLoadAll");
+  if (core_.rt.operation != opNone) Fail(errors::kUnfinished, GetErrorText(errors::kUnfinished), "DownLoadAll");
+  if (s.remote_path.empty()) Fail(errors::kNoRemotePath, GetErrorText(errors::kNoRemotePath), "DownLoadAll");
+  if (s.local_path.empty()) Fail(errors::kNoLocalPath, GetErrorText(errors::kNoLocalPath), "DownLoadAll");
   s.local_path = FormatLocalPath(s.local_path);
   NoteAbortRequest();
   if (ErrorRecorded()) RaiseRecorded("DownLoadAll");
@@ -215,7 +216,7 @@ bool DownloadEngine::FileMode(const std::vector<std::string>& remote,
     if (i < local.size()) {
       const std::string item = Trimmed(local[i]);
       // A relative destination is refused before any folder is made for it.
-      if (!IsAbsoluteLocalPath(item)) Fail(20011, ErrorTextWith(20011, item), "DownLoadAll");
+      if (!IsAbsoluteLocalPath(item)) Fail(errors::kNotAbsolute, ErrorTextWith(20011, item), "DownLoadAll");
       if ((!item.empty() && item.back() == '/') || CFile::FolderExists(item)) {
         destination = item;
       } else {
@@ -223,7 +224,7 @@ bool DownloadEngine::FileMode(const std::vector<std::string>& remote,
         s.local_path = item;
       }
       if (!CFile::FolderExists(destination)) {
-        if (!create_folder) Fail(20010, ErrorTextWith(20010, destination), "DownLoadAll");
+        if (!create_folder) Fail(errors::kFolderMissing, ErrorTextWith(20010, destination), "DownLoadAll");
         std::string created = destination;
         if (!CFile::CreateFolder(created)) return false;
       }
@@ -257,7 +258,7 @@ bool DownloadEngine::OneBody(bool create_folder) {
   Settings& s = settings();
   core_.ClearLastError();
   core_.error().Clear();
-  if (core_.rt.operation != opNone) Fail(16009, GetErrorText(16009), "DownLoadOne");
+  if (core_.rt.operation != opNone) Fail(errors::kUnfinished, GetErrorText(errors::kUnfinished), "DownLoadOne");
   core_.rt.percent = 0;
   engine_.bytes = engine_.local_size = engine_.remote_size = 0;
   core_.transfer.progress.file_size = 0;
@@ -266,12 +267,12 @@ bool DownloadEngine::OneBody(bool create_folder) {
   if (!CFile::FileExists(s.local_path)) {
     if (!IsAbsoluteLocalPath(s.local_path)) {
       engine_.attempt = s.redo_limit;
-      Fail(20011, ErrorTextWith(20011, s.local_path), "DownLoadOne");
+      Fail(errors::kNotAbsolute, ErrorTextWith(20011, s.local_path), "DownLoadOne");
     }
     const std::string parent = GetParentFolderPath(s.local_path);
     if (!CFile::FolderExists(parent)) {
       engine_.attempt = s.redo_limit;
-      Fail(20010, ErrorTextWith(20010, parent), "DownLoadOne");
+      Fail(errors::kFolderMissing, ErrorTextWith(20010, parent), "DownLoadOne");
     }
   } else {
     engine_.local_size = LocalSize(s.local_path);
@@ -313,17 +314,17 @@ bool DownloadEngine::DecideRemote(bool create_folder, bool& result) {
       if (engine_.attempt < 2) return false;
       RaiseRecorded("DownLoadOne");
     }
-    if (IsNoSuchFile()) Fail(20007, ErrorTextWith(20007, s.remote_path), "DownLoadOne");
+    if (IsNoSuchFile()) Fail(errors::kRemoteFileMissing, ErrorTextWith(20007, s.remote_path), "DownLoadOne");
   } else if (s.without_list) {
     engine_.remote_size = 1;
   } else if (const auto info = GetFtpFileInfo(core_, s.remote_path)) {
     engine_.remote_size = info->FileSize();
     remote_date = info->LastWriteTime();
   } else {
-    if (IsNoSuchFile()) Fail(20007, ErrorTextWith(20007, s.remote_path), "DownLoadOne");
+    if (IsNoSuchFile()) Fail(errors::kRemoteFileMissing, ErrorTextWith(20007, s.remote_path), "DownLoadOne");
     if (ErrorRecorded()) {
       engine_.remote_size = GetFtpFileSize(core_, s.remote_path);
-      if (IsNoSuchFile()) Fail(20007, ErrorTextWith(20007, s.remote_path), "DownLoadOne");
+      if (IsNoSuchFile()) Fail(errors::kRemoteFileMissing, ErrorTextWith(20007, s.remote_path), "DownLoadOne");
       if (engine_.remote_size < 0) RaiseRecorded("DownLoadOne");
     }
   }
@@ -405,7 +406,7 @@ bool DownloadEngine::Receive() {
   p.EndFile();
   if (short_count) {
     WriteLog("DownloadOne.FAILED:" + counts());
-    Fail(20061, GetErrorText(20061), "DownLoadOne");
+    Fail(errors::kDataSocketFailed, GetErrorText(errors::kDataSocketFailed), "DownLoadOne");
   }
   core_.SetState(ftpDownloadCompleted);
   RaiseEvent();

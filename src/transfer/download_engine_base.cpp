@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "component/error_numbers.h"
 #include "component/error_object.h"
 #include "ftp/data_connection.h"
 #include "ftp/ftp_text.h"
@@ -15,10 +16,6 @@
 namespace quorvi::detail {
 
 namespace {
-
-constexpr std::int32_t kCanceled = 16010;
-constexpr std::int32_t kTimeOut = 20004;
-constexpr std::int32_t kLostReply = 16530;
 constexpr int kRetryNoticeMessage = 41, kRetryWaitMessage = 42;
 
 }  // namespace
@@ -93,19 +90,19 @@ void EngineBase::NoteAbortRequest() {
   session_.abort_request = false;
   engine_.abort_noted = true;
   if (!ErrorRecorded()) {
-    core_.error().Number(kCanceled);
-    core_.error().Description(GetErrorText(kCanceled));
+    core_.error().Number(errors::kCanceled);
+    core_.error().Description(GetErrorText(errors::kCanceled));
   }
 }
 
 void EngineBase::RecordCanceled() {
   core_.error().Clear();
-  core_.error().Number(kCanceled);
-  core_.error().Description(GetErrorText(kCanceled));
+  core_.error().Number(errors::kCanceled);
+  core_.error().Description(GetErrorText(errors::kCanceled));
 }
 
 void EngineBase::AbandonCurrentFile(const std::string& path, const std::string& procedure) {
-  if (core_.error().Number() != kCanceled || !core_.rt.aborting_current) return;
+  if (core_.error().Number() != errors::kCanceled || !core_.rt.aborting_current) return;
   core_.transfer.lists.RecordAborted(path);
   RecordError(procedure + "[" + path + "]", core_.error().Number(), core_.ErrorInfo());
   core_.rt.aborting_current = false;
@@ -123,7 +120,7 @@ bool EngineBase::WaitWhileMoving(FtpOperations op, const std::function<bool()>& 
     if (moved()) return true;
     core_.pump().Sleep(1);
     if (progress.clock().now() - progress.last_data_time > stall_limit) {
-      RecordError("WaitWhileMoving", kTimeOut, GetErrorText(kTimeOut));
+      RecordError("WaitWhileMoving", errors::kTimedOut, GetErrorText(errors::kTimedOut));
       return false;
     }
   }
@@ -150,7 +147,7 @@ bool EngineBase::HandleFailure(const ComponentError& e, const std::string& proce
   const std::int32_t number = core_.error().Number();
   const std::string text = core_.ErrorInfo();
   const std::string lower = ftp_text::Lower(text);
-  bool retry = engine_.attempt < settings().redo_limit && e.number() != kCanceled &&
+  bool retry = engine_.attempt < settings().redo_limit && e.number() != errors::kCanceled &&
                std::find(rule.refused_numbers.begin(), rule.refused_numbers.end(), number) ==
                    rule.refused_numbers.end();
   for (const char* phrase : rule.refused_phrases)
@@ -167,7 +164,7 @@ bool EngineBase::HandleFailure(const ComponentError& e, const std::string& proce
     return false;
   }
 
-  if (number == kLostReply) session_.CloseConnection();
+  if (number == errors::ReplyError(530)) session_.CloseConnection();
   CloseLocalFile(core_);
   RecordError(procedure, number, text);
   core_.EndAsyncMethod();

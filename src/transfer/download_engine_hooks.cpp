@@ -1,5 +1,6 @@
 // The engines' side of the session: its hooks (abort, close, time-out timer, keep-alive
 // collision) and the dispatcher handlers of the download and upload rows.
+#include "component/error_numbers.h"
 #include "component/error_object.h"
 #include "ftp/session.h"
 #include "local/formatters.h"
@@ -8,8 +9,6 @@
 namespace quorvi::detail {
 
 namespace {
-
-constexpr std::int32_t kTimeOut = 20004;
 
 // The time-out timer during opDownload/opUpload: a stalled transfer fails with 20004; one
 // whose bytes all moved but whose final reply never came is ended on a fresh connection.
@@ -20,8 +19,8 @@ void TransferTimeoutTick(Core& core) {
   const bool upload = core.rt.operation == opUpload;
   const double total = upload ? engine.local_size : engine.remote_size;
   if (engine.bytes < total) {
-    RecordError(upload ? "Timeout_Timer:Upload" : "Timeout_Timer:Download", kTimeOut,
-                GetErrorText(kTimeOut));
+    RecordError(upload ? "Timeout_Timer:Upload" : "Timeout_Timer:Download", errors::kTimedOut,
+                GetErrorText(errors::kTimedOut));
     return;
   }
   FtpSession& session = FtpSession::Of(core);

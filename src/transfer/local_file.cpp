@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "component/core.h"
+#include "component/error_numbers.h"
 #include "component/error_object.h"
 #include "ftp/data_connection.h"
 #include "ftp/session.h"
@@ -18,10 +19,6 @@ namespace quorvi::detail {
 
 namespace {
 
-constexpr std::int32_t kCreateFailed = 20023;
-constexpr std::int32_t kOpenFailed = 20024;
-constexpr std::int32_t kDataSocketFailed = 20061;
-
 // What the data connection asks of a running download or upload.
 class EngineSide : public TransferSide {
  public:
@@ -32,8 +29,8 @@ class EngineSide : public TransferSide {
   void DataArrived(std::string_view bytes) override {
     if (bytes.empty()) return;
     if (!engine_.file.Write(bytes.data(), bytes.size())) {
-      RecordError("DataArrived", kOpenFailed,
-                  ErrorTextWith(kOpenFailed, core_.settings.local_path));
+      RecordError("DataArrived", errors::kOpenFileFailed,
+                  ErrorTextWith(errors::kOpenFileFailed, core_.settings.local_path));
       return;
     }
     core_.transfer.progress.DownloadBlock(static_cast<double>(bytes.size()), engine_.bytes,
@@ -122,14 +119,14 @@ bool OpenLocalFile(Core& core) {
   if (core.rt.operation == opUpload) {
     if (!engine.file.Open(path, "rb") || !engine.file.Seek(engine.bytes)) {
       engine.file.Close();
-      RecordError("OpenLocalFile", kOpenFailed, ErrorTextWith(kOpenFailed, path));
+      RecordError("OpenLocalFile", errors::kOpenFileFailed, ErrorTextWith(errors::kOpenFileFailed, path));
       return false;
     }
     return true;
   }
   const bool exists = CFile::FileExists(path);
   if (!engine.file.Open(path, exists ? "r+b" : "wb")) {
-    const std::int32_t number = exists ? kOpenFailed : kCreateFailed;
+    const std::int32_t number = exists ? errors::kOpenFileFailed : errors::kCreateFileFailed;
     RecordError("OpenLocalFile", number, ErrorTextWith(number, path));
     return false;
   }
@@ -154,7 +151,7 @@ void CheckSocketState(Core& core) {
   auto state = socket.State();
   if (state == sckConnected) return;
   if (state == sckClosed) {
-    RecordError("CheckSocketState", kDataSocketFailed, GetErrorText(kDataSocketFailed));
+    RecordError("CheckSocketState", errors::kDataSocketFailed, GetErrorText(errors::kDataSocketFailed));
     return;
   }
   // Bounded by TimeOut: 100 steps of 10 ms per second.
@@ -166,7 +163,7 @@ void CheckSocketState(Core& core) {
     if (state == sckConnected) return;
   }
   WriteLog("CSSTimeout:" + std::to_string(state));
-  RecordError("CheckSocketState", kDataSocketFailed, GetErrorText(kDataSocketFailed));
+  RecordError("CheckSocketState", errors::kDataSocketFailed, GetErrorText(errors::kDataSocketFailed));
 }
 
 void RaiseEngineTransferEvent(Core& core) {

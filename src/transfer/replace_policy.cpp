@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "component/component_error.h"
+#include "component/error_numbers.h"
 #include "local/formatters.h"
 
 namespace quorvi::detail {
@@ -37,7 +38,7 @@ ReplaceOutcome ApplyReplaceDecision(ReplaceState state, const std::string& desti
   const bool dialog_answer = state.setting > kDialogAnswerBase;
   switch (state.setting % kDialogAnswerBase) {
     case kReplaceCancel:
-      Fail(16010, "The operation has been canceled", procedure);
+      Fail(errors::kCanceled, "The operation has been canceled", procedure);
     case kReplaceOverwrite:
       state.overwrite = true;
       ResetDialogAnswer(state.setting);

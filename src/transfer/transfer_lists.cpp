@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "component/component_error.h"
+#include "component/error_numbers.h"
 #include "local/formatters.h"
 
 namespace quorvi::detail {
@@ -112,11 +113,11 @@ void CheckFileType(const std::string& path, const std::string& allowed,
   const std::string dotted = "." + ext + ".";
   if (!allowed.empty() &&
       (ext.empty() || Lower("." + allowed + ".").find(dotted) == std::string::npos)) {
-    Fail(20021, "This filetype is not allowed.Allowable File Types:[ " + allowed + " ]", procedure);
+    Fail(errors::kTypeNotAllowed, "This filetype is not allowed.Allowable File Types:[ " + allowed + " ]", procedure);
   }
   if (!forbidden.empty() && !ext.empty() &&
       Lower("." + forbidden + ".").find(dotted) != std::string::npos) {
-    Fail(20022, "This filetype is forbidden.Forbidden File Types:[ " + forbidden + " ]", procedure);
+    Fail(errors::kTypeForbidden, "This filetype is forbidden.Forbidden File Types:[ " + forbidden + " ]", procedure);
   }
 }
 
@@ -130,7 +131,7 @@ std::string MaxSizeText(double limit_bytes) {
 
 void CheckMaxSize(double size, double limit_bytes, const std::string& procedure) {
   if (limit_bytes <= 0 || size <= limit_bytes) return;
-  Fail(20003, MaxSizeText(limit_bytes), procedure);
+  Fail(errors::kTooLarge, MaxSizeText(limit_bytes), procedure);
 }
 
 }  // namespace quorvi::detail

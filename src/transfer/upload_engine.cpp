@@ -1,5 +1,6 @@
 #include "transfer/upload_engine.h"
 
+#include "component/error_numbers.h"
 #include "component/error_object.h"
 #include "ftp/ftp_text.h"
 #include "ftp/remote_directory_ops.h"
@@ -76,7 +77,7 @@ bool UploadEngine::UpLoad(bool create_folder) {
     CreatedDirectories(true);
     if (!core_.transfer.lists.queue_pass) StartJob();
     if (TrimBlanks(s.remote_path).empty()) s.remote_path = core_.rt.current_directory + "/";
-    if (TrimBlanks(s.local_path).empty()) Fail(20006, GetErrorText(20006), "UpLoad");
+    if (TrimBlanks(s.local_path).empty()) Fail(errors::kNoLocalPath, GetErrorText(errors::kNoLocalPath), "UpLoad");
     s.local_path = FormatLocalPath(s.local_path);
     s.remote_path = FormatFTPPath(s.remote_path);
     WriteLog("Upload#" + std::to_string(s.replace_setting));
@@ -91,7 +92,7 @@ bool UploadEngine::UpLoad(bool create_folder) {
       p.total_file_size =
           GetTotalSizeLocal(core_.transfer.folder_totals, job.local_folders, job.local_files);
       WriteLog("UL#TFS#" + NumberText(p.total_file_size) + "#" + s.local_path);
-      if (p.total_file_size < 0) Fail(20009, GetErrorText(20009) + "#" + s.local_path, "Upload");
+      if (p.total_file_size < 0) Fail(errors::kLocalFileMissing, GetErrorText(errors::kLocalFileMissing) + "#" + s.local_path, "Upload");
     }
     bool ok = RunJob(job, create_folder);
 
@@ -233,9 +234,9 @@ bool UploadEngine::UpLoadAll(bool create_folder) {
 bool UploadEngine::AllBody(bool create_folder) {
   Settings& s = settings();
   core_.error().Clear();
-  if (core_.rt.operation != opNone) Fail(16009, GetErrorText(16009), "UpLoadAll");
-  if (s.local_path.empty()) Fail(20006, GetErrorText(20006), "UpLoadAll");
-  if (s.remote_path.empty()) Fail(20005, GetErrorText(20005), "UpLoadAll");
+  if (core_.rt.operation != opNone) Fail(errors::kUnfinished, GetErrorText(errors::kUnfinished), "UpLoadAll");
+  if (s.local_path.empty()) Fail(errors::kNoLocalPath, GetErrorText(errors::kNoLocalPath), "UpLoadAll");
+  if (s.remote_path.empty()) Fail(errors::kNoRemotePath, GetErrorText(errors::kNoRemotePath), "UpLoadAll");
   s.remote_path = FormatFTPPath(s.remote_path);
   NoteAbortRequest();
   if (ErrorRecorded()) RaiseRecorded("UpLoadAll");
@@ -321,7 +322,7 @@ bool UploadEngine::FileMode(const std::vector<std::string>& local,
     }
     if (s.local_path.empty()) continue;
     s.remote_path = FileTarget(s.local_path, i, remote, single_folder);
-    if (s.remote_path.empty()) Fail(20019, ErrorTextWith(20019, s.local_path), "UpLoadAll");
+    if (s.remote_path.empty()) Fail(errors::kNoSavePath, ErrorTextWith(20019, s.local_path), "UpLoadAll");
     bool file_create_folder = create_folder;
     if (!engine_.local_root.empty()) {
       // A file of a folder item keeps its path relative to the item's root.
@@ -365,9 +366,9 @@ bool UploadEngine::OneBody(bool create_folder) {
     engine_.attempt = s.redo_limit;
     Fail(number, text, "UpLoadOne");
   };
-  if (core_.rt.operation != opNone) refuse(16009, GetErrorText(16009));
-  if (s.remote_path.empty()) refuse(20005, GetErrorText(20005));
-  if (s.local_path.empty()) refuse(20006, GetErrorText(20006));
+  if (core_.rt.operation != opNone) refuse(16009, GetErrorText(errors::kUnfinished));
+  if (s.remote_path.empty()) refuse(20005, GetErrorText(errors::kNoRemotePath));
+  if (s.local_path.empty()) refuse(20006, GetErrorText(errors::kNoLocalPath));
   if (!CFile::FileExists(s.local_path)) refuse(20009, ErrorTextWith(20009, s.local_path));
 
   core_.rt.percent = 0;
@@ -510,7 +511,7 @@ bool UploadEngine::Send() {
   p.EndFile();
   if (short_count) {
     WriteLog("Upload.FAILED:" + counts());
-    Fail(20061, GetErrorText(20061), "UpLoadOne");
+    Fail(errors::kDataSocketFailed, GetErrorText(errors::kDataSocketFailed), "UpLoadOne");
   }
   core_.SetState(ftpUploadCompleted);
   RaiseEvent();

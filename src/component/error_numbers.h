@@ -1,0 +1,49 @@
+// The component's error numbers, named once. Their texts live in the error-text tables
+// (error_texts.cpp, reply_texts.cpp, socket_error_texts.cpp).
+#pragma once
+
+#include <cstdint>
+
+namespace quorvi::errors {
+
+// Component errors.
+inline constexpr std::int32_t kHostnameRequired = 20001;
+inline constexpr std::int32_t kUnresolvedHost = 20002;
+inline constexpr std::int32_t kTooLarge = 20003;
+inline constexpr std::int32_t kTimedOut = 20004;
+inline constexpr std::int32_t kNoRemotePath = 20005;
+inline constexpr std::int32_t kNoLocalPath = 20006;
+inline constexpr std::int32_t kRemoteFileMissing = 20007;
+inline constexpr std::int32_t kRemoteFolderMissing = 20008;
+inline constexpr std::int32_t kLocalFileMissing = 20009;
+inline constexpr std::int32_t kFolderMissing = 20010;
+inline constexpr std::int32_t kNotAbsolute = 20011;
+inline constexpr std::int32_t kNoSavePath = 20019;
+inline constexpr std::int32_t kTypeNotAllowed = 20021;
+inline constexpr std::int32_t kTypeForbidden = 20022;
+inline constexpr std::int32_t kCreateFileFailed = 20023;
+inline constexpr std::int32_t kOpenFileFailed = 20024;
+inline constexpr std::int32_t kDataSocketFailed = 20061;  ///< reads as 10061 through ErrorNumber
+inline constexpr std::int32_t kInvalidHost = 21000;
+inline constexpr std::int32_t kWrongState = 40006;  ///< data sent on a socket without a connection
+
+// Internal errors.
+inline constexpr std::int32_t kBadDirectoryReply = 16001;
+inline constexpr std::int32_t kUnknownListFormat = 16002;
+inline constexpr std::int32_t kNoResponse = 16006;
+inline constexpr std::int32_t kConnecting = 16007;
+inline constexpr std::int32_t kReconnectFailed = 16008;
+inline constexpr std::int32_t kUnfinished = 16009;
+inline constexpr std::int32_t kCanceled = 16010;
+
+/// A negative FTP reply ended an operation.
+constexpr std::int32_t ReplyError(int reply_code) { return 16000 + reply_code; }
+
+// HTTP download errors (18000 + status for an unusable status).
+inline constexpr std::int32_t kHttpError = 18000;
+inline constexpr std::int32_t kNoResuming = 18001;
+inline constexpr std::int32_t kNoFileSize = 18002;
+inline constexpr std::int32_t kHttpConnectFailed = 18003;
+inline constexpr std::int32_t kHttpNoResponse = 18004;
+
+}  // namespace quorvi::errors
