@@ -3,6 +3,7 @@
 // Subsystems add their own state objects as members here.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -130,6 +131,11 @@ class Core {
   CError& error() { return shared->error; }
   const CError& error() const { return shared->error; }
   MessageTable& messages() { return shared->messages; }
+  /// A fixed pacing pause of ms (after a file, after a listing), never longer than the
+  /// notification pause: with that set to 0 the component runs unpaced.
+  std::uint32_t PacingPause(std::uint32_t ms) const {
+    return std::min(ms, shared->sockets->NotificationPauseMs());
+  }
 
   /// Sets the protocol state, then raises OnStateChange when raise is true.
   void SetState(FtpStates state, bool raise = true);

@@ -21,11 +21,14 @@ constexpr int kReconnectPauseMs = 1000;
 }  // namespace
 
 bool WaitWhile(Core& core, const std::function<bool()>& running, int limit_seconds,
-               const std::function<void()>& each_turn) {
+               const std::function<void()>& each_turn, const std::function<bool()>& ready) {
+  const auto step_over = [&] {
+    return core.error().Number() != 0 || !running() || (ready && ready());
+  };
   long counter = 0;
   while (core.error().Number() == 0 && running()) {
     ++counter;
-    core.pump().Sleep(kWaitStepMs);
+    core.pump().SleepUntil(kWaitStepMs, step_over);
     if (each_turn) each_turn();
     if (counter > 100L * limit_seconds) return false;  // counter / 100 > limit, unrounded
   }
@@ -33,7 +36,8 @@ bool WaitWhile(Core& core, const std::function<bool()>& running, int limit_secon
 }
 
 bool FtpSession::WaitForOperation(std::initializer_list<FtpOperations> ops, int limit_seconds,
-                                  bool fail_on_timeout, const std::function<void()>& each_turn) {
+                                  bool fail_on_timeout, const std::function<void()>& each_turn,
+                                  const std::function<bool()>& ready) {
   const std::vector<FtpOperations> awaited(ops);
   const int limit = limit_seconds > 0 ? limit_seconds : TimeOutSeconds();
   const bool done = WaitWhile(
@@ -41,7 +45,7 @@ bool FtpSession::WaitForOperation(std::initializer_list<FtpOperations> ops, int 
       [&] {
         return std::find(awaited.begin(), awaited.end(), core_.rt.operation) != awaited.end();
       },
-      limit, each_turn);
+      limit, each_turn, ready);
   if (!done && fail_on_timeout) Fail(errors::kTimedOut);
   return done;
 }

@@ -14,9 +14,11 @@ class Core;
 inline constexpr int kWaitStepMs = 10;
 
 /// Pumps in 10 ms steps while the shared error object holds no number and running() holds;
-/// each_turn (when set) runs once per step after the pump. Returns false when the limit passed
-/// first.
+/// each_turn (when set) runs once per step after the pump. A step ends early once the wait is
+/// over or ready() (when set) holds, so a finished exchange is not held up by the rest of a
+/// step. Returns false when the limit passed first.
 bool WaitWhile(Core& core, const std::function<bool()>& running, int limit_seconds,
-               const std::function<void()>& each_turn = {});
+               const std::function<void()>& each_turn = {},
+               const std::function<bool()>& ready = {});
 
 }  // namespace quorvi::detail

@@ -97,7 +97,9 @@ void DataConnection::RegisterDispatch(FtpSession& session) {
   d.RegisterHandler("ListDone", [this, &core](const DispatchContext&) {
     // Active mode: the close of the data connection completes the listing.
     if (!core.settings.passive_mode) return;
-    core.pump().Sleep(100);
+    // The settle gives the data connection time to deliver its last bytes; once it has closed
+    // there is nothing left to wait for.
+    core.pump().SleepUntil(100, [this] { return listing.data_closed; });
     listing.list_reply = true;
   });
   d.RegisterHandler("ListRefused", [this, &core](const DispatchContext& ctx) {

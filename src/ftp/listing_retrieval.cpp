@@ -135,10 +135,13 @@ std::optional<CFtpFiles> RunListing(Core& core, const ListingPlan& plan, Restore
   }
   // Passive mode needs both the final reply and the close of the data connection; they come
   // in either order.
-  session.WaitForOperation({opListDirectory}, 0, true, [&] {
-    if (listing.list_reply && listing.data_closed && core.rt.operation == opListDirectory)
-      core.EndAsyncMethod();
-  });
+  const auto complete = [&] { return listing.list_reply && listing.data_closed; };
+  session.WaitForOperation(
+      {opListDirectory}, 0, true,
+      [&] {
+        if (complete() && core.rt.operation == opListDirectory) core.EndAsyncMethod();
+      },
+      complete);
   listing.listed_path.clear();
   const std::string text = listing.buffer.Finish();
 
@@ -155,7 +158,7 @@ std::optional<CFtpFiles> RunListing(Core& core, const ListingPlan& plan, Restore
     if (core.settings.cache_listing) listing.cached = files;
     if (files && files->Count() == 0) files.reset();
   }
-  core.pump().Sleep(5);
+  core.pump().Sleep(core.PacingPause(5));
   return files;
 }
 

@@ -72,9 +72,11 @@ class FtpSession : private DispatchTarget {
   bool SendFtpCommand(const std::string& command, const std::string& argument);
   /// The wait loop: 10 ms steps pumping events while no error is set and the current operation
   /// is one of ops; fails with 20004 after TimeOut (or limit_seconds when given).
-  /// Returns false on a time-out when fail_on_timeout is false; each_turn runs every step.
+  /// Returns false on a time-out when fail_on_timeout is false; each_turn runs every step, and
+  /// a step ends early when ready() holds (see WaitWhile).
   bool WaitForOperation(std::initializer_list<FtpOperations> ops, int limit_seconds = 0,
-                        bool fail_on_timeout = true, const std::function<void()>& each_turn = {});
+                        bool fail_on_timeout = true, const std::function<void()>& each_turn = {},
+                        const std::function<bool()>& ready = {});
   /// The method frame's step 4: false (and 16009 for the caller named procedure) when another
   /// operation runs. The refusal leaves the running operation alone: it is recorded in the
   /// component's last-error fields only, never in the shared error object the wait watches.

@@ -380,7 +380,7 @@ bool HttpDownloader::Finish() {
   core_.rt.transfer_size = engine.remote_size;
   core_.rt.percent = 100;
   progress.remaining_time = 0;
-  platform::SleepNoPump(10);
+  platform::SleepNoPump(core_.PacingPause(10));
   progress.EndFile();
   core_.SetState(ftpDownloadCompleted);
   RaiseEngineTransferEvent(core_);

@@ -1,5 +1,6 @@
 #include "net/socket_support.h"
 
+#include <chrono>
 #include <exception>
 
 #include "component/component_error.h"
@@ -114,6 +115,9 @@ void SocketSupport::Dispatch(const platform::Notification& n) {
   Registration* reg = Find(n.handle);
   if (reg == nullptr) return;
   --reg->outstanding;
+  // The pause paces notifications to one per pause: the time spent handling this one (a 1 MB
+  // receive written to disk takes about a millisecond) counts towards it.
+  const auto pause_ends = platform::EventPump::Clock::now() + std::chrono::milliseconds(pause_ms_);
   int error = n.error;
   // Connect-phase rule: a connection that closes (or fails) right after it became writable,
   // before the server said anything, counts as "no response from server". It is applied
@@ -130,7 +134,7 @@ void SocketSupport::Dispatch(const platform::Notification& n) {
     if (reg == nullptr) return;
   }
   reg->owner->PostSocketEvent(n.event, error);
-  platform::SleepNoPump(pause_ms_);
+  platform::SleepNoPumpUntil(pause_ends);
 }
 
 SocketSupport::Registration* SocketSupport::Find(int handle) {

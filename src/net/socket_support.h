@@ -88,7 +88,8 @@ class SocketSupport : public std::enable_shared_from_this<SocketSupport> {
   /// The session's connecting flag, shared by all components of the thread.
   bool Connecting() const { return connecting_; }
   void Connecting(bool value) { connecting_ = value; }
-  /// Pause after each handled notification, in milliseconds (default kNotificationPauseMs).
+  /// Pause after each handled notification, in milliseconds (default kNotificationPauseMs),
+  /// counted from the start of its handling: at most one notification per pause.
   std::uint32_t NotificationPauseMs() const { return pause_ms_; }
   void NotificationPauseMs(std::uint32_t value) { pause_ms_ = value; }
   /// Event code of the previous notification handled.

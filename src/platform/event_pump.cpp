@@ -160,12 +160,15 @@ void EventPump::RunPass(int readiness_timeout_ms) {
 
 void EventPump::DoEvents() { RunPass(0); }
 
-void EventPump::Sleep(std::uint32_t ms) {
+void EventPump::Sleep(std::uint32_t ms) { SleepUntil(ms, nullptr); }
+
+bool EventPump::SleepUntil(std::uint32_t ms, const std::function<bool()>& done) {
   const auto deadline = Clock::now() + std::chrono::milliseconds(ms);
   // Every turn blocks on the descriptors until something is ready, a timer is due or the time
   // is up, then runs a full pass. A readiness handler must stop watching what it has already
   // reported (the socket layer re-arms on recv/accept), otherwise poll() returns at once.
   do {
+    if (done && done()) return true;
     const auto now = Clock::now();
     // Rounded up, so the last fraction of a millisecond is slept in poll(), not spun.
     auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - now).count();
@@ -175,10 +178,15 @@ void EventPump::Sleep(std::uint32_t ms) {
     if (to_timer >= 0 && to_timer < wait) wait = to_timer;
     RunPass(wait);
   } while (Clock::now() < deadline);
+  return done && done();
 }
 
 void SleepNoPump(std::uint32_t ms) {
   if (ms > 0) std::this_thread::sleep_for(std::chrono::milliseconds(ms));
+}
+
+void SleepNoPumpUntil(EventPump::Clock::time_point until) {
+  if (EventPump::Clock::now() < until) std::this_thread::sleep_until(until);
 }
 
 std::uint64_t TickCount() {

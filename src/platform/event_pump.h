@@ -75,6 +75,10 @@ class EventPump {
   /// Pumps events for ms milliseconds: waits on the descriptors (and the next timer) and runs
   /// a pass whenever something is ready, returning after at least ms have passed.
   void Sleep(std::uint32_t ms);
+  /// Like Sleep, but returns as soon as done() holds, before the first pass or after any. A wait
+  /// loop whose condition is met has nothing left to do in the rest of its step, so it need not
+  /// sit it out. Returns done() as it stands at the end.
+  bool SleepUntil(std::uint32_t ms, const std::function<bool()>& done);
 
  private:
   struct Watch {
@@ -109,6 +113,8 @@ class EventPump {
 
 /// Pauses the thread without pumping (the brief pauses the component makes on purpose).
 void SleepNoPump(std::uint32_t ms);
+/// Blocks the thread until the given time without pumping; returns at once when it has passed.
+void SleepNoPumpUntil(EventPump::Clock::time_point until);
 /// Milliseconds of a steady clock (stands in for the platform tick count).
 std::uint64_t TickCount();
 

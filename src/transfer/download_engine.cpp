@@ -402,7 +402,7 @@ bool DownloadEngine::Receive() {
     result = true;
   }
   engine_.attempt = 1;
-  platform::SleepNoPump(10);
+  PauseAfterFile();
   p.EndFile();
   if (short_count) {
     WriteLog("DownloadOne.FAILED:" + counts());

@@ -11,6 +11,7 @@
 #include "local/formatters.h"
 #include "local/mfile.h"
 #include "local/path_rules.h"
+#include "platform/event_pump.h"
 #include "transfer/replace_policy.h"
 
 namespace quorvi::detail {
@@ -118,7 +119,7 @@ bool EngineBase::WaitWhileMoving(FtpOperations op, const std::function<bool()>& 
     if (ErrorRecorded()) return false;
     if (core_.rt.operation != op && !session_.reconnecting) return false;
     if (moved()) return true;
-    core_.pump().Sleep(1);
+    core_.pump().SleepUntil(1, moved);
     if (progress.clock().now() - progress.last_data_time > stall_limit) {
       RecordError("WaitWhileMoving", errors::kTimedOut, GetErrorText(errors::kTimedOut));
       return false;
@@ -129,8 +130,7 @@ bool EngineBase::WaitWhileMoving(FtpOperations op, const std::function<bool()>& 
 void EngineBase::WaitForCompletion(FtpOperations op, int steps, const std::string& prefix) {
   bool running = core_.rt.operation == op;
   for (int step = 0; step < steps && running; ++step) {
-    core_.pump().Sleep(100);
-    running = core_.rt.operation == op;
+    running = !core_.pump().SleepUntil(100, [&] { return core_.rt.operation != op; });
   }
   WriteLog(prefix + (running ? "True" : "False"));
   if (!running) return;
@@ -138,6 +138,10 @@ void EngineBase::WaitForCompletion(FtpOperations op, int steps, const std::strin
   core_.EndAsyncMethod();
   session_.CloseConnection();
   session_.Connect();
+}
+
+void EngineBase::PauseAfterFile() const {
+  platform::SleepNoPump(core_.PacingPause(10));
 }
 
 bool EngineBase::HandleFailure(const ComponentError& e, const std::string& procedure,

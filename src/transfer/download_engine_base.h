@@ -64,6 +64,8 @@ class EngineBase {
   /// The wait for the server's final reply in 100 ms steps; when the server does not confirm,
   /// the operation is ended and the control connection renewed. Logs prefix + True/False.
   void WaitForCompletion(FtpOperations op, int steps, const std::string& prefix);
+  /// The 10 ms pause that ends every file; part of the pacing, so none at notification pause 0.
+  void PauseAfterFile() const;
   /// The created-directories switch of an upload: on, or off with its list emptied.
   void CreatedDirectories(bool on);
   /// The one-file failure path: not retried → recorded, false; retried → countdown, then

@@ -506,7 +506,7 @@ bool UploadEngine::Send() {
     result = true;
   }
   engine_.attempt = 1;
-  platform::SleepNoPump(10);
+  PauseAfterFile();
   p.speed_start_tick = 0;
   p.EndFile();
   if (short_count) {

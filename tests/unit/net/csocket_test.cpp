@@ -1,4 +1,8 @@
 // CSocket over loopback: event order, sends, receives, close, failures and reuse.
+#include <sys/socket.h>
+
+#include <chrono>
+
 #include <gtest/gtest.h>
 
 #include "net_fixture.h"
@@ -84,6 +88,28 @@ TEST_F(CSocketTest, LargeTransferWithSmallBuffersArrivesCompleteAndInOrder) {
   EXPECT_EQ(verified, kTotal);
   EXPECT_GT(short_sends, 0u);
   support_->NotificationPauseMs(kNotificationPauseMs);
+}
+
+TEST_F(CSocketTest, HandlingTimeCountsTowardsTheNotificationPause) {
+  // One notification per pause: a handler that takes most of the pause is followed by the
+  // rest of it, not by a whole pause more.
+  Listener server;
+  CSocket client;
+  ConnectTo(server, client);
+  support_->NotificationPauseMs(200);
+  bool handled = false;
+  server.peer.OnDataArrival = [&](double) {
+    platform::SleepNoPump(150);
+    handled = true;
+  };
+  // Written past the CSocket, so the sender's own write notification does not come first.
+  ASSERT_EQ(::send(client.SocketHandle(), "x", 1, 0), 1);
+  const auto start = platform::EventPump::Clock::now();
+  ASSERT_TRUE(WaitFor([&] { return handled; }));
+  const auto ms = std::chrono::duration<double, std::milli>(platform::EventPump::Clock::now() - start).count();
+  support_->NotificationPauseMs(kNotificationPauseMs);
+  EXPECT_GE(ms, 195);
+  EXPECT_LT(ms, 320);  // 350 when the pause came on top of the handler
 }
 
 TEST_F(CSocketTest, ReadWithoutGetDataKeepsOnlyTheLatestBlock) {

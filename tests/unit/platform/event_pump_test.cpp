@@ -131,6 +131,38 @@ TEST(EventPump, ReadinessWakesSleepAndRunsTheHandler) {
   ::close(fds[1]);
 }
 
+TEST(EventPump, SleepUntilEndsWhenTheConditionHolds) {
+  int fds[2];
+  ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, fds), 0);
+  EventPump pump;
+  bool arrived = false;
+  int passes = 0;
+  pump.SetHostHook([&] { ++passes; });
+  pump.WatchFd(fds[0], POLLIN, [&](short) {
+    char buf[16];
+    (void)!::read(fds[0], buf, sizeof buf);
+    arrived = true;
+  });
+  const auto elapsed_ms = [&](auto&& wait) {
+    const auto start = EventPump::Clock::now();
+    wait();
+    return std::chrono::duration<double, std::milli>(EventPump::Clock::now() - start).count();
+  };
+  // Met before the first pass: no pass at all.
+  arrived = true;
+  EXPECT_TRUE(pump.SleepUntil(500, [&] { return arrived; }));
+  EXPECT_EQ(passes, 0);
+  // Met by a readiness handler: returns long before the step is over.
+  arrived = false;
+  ASSERT_EQ(::write(fds[1], "x", 1), 1);
+  EXPECT_LT(elapsed_ms([&] { EXPECT_TRUE(pump.SleepUntil(2000, [&] { return arrived; })); }), 1000);
+  // Never met: the whole time is slept.
+  EXPECT_GE(elapsed_ms([&] { EXPECT_FALSE(pump.SleepUntil(30, [] { return false; })); }), 30);
+  pump.UnwatchFd(fds[0]);
+  ::close(fds[0]);
+  ::close(fds[1]);
+}
+
 TEST(EventPump, HostHookRunsEveryPass) {
   EventPump pump;
   int calls = 0;
