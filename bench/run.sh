@@ -81,8 +81,13 @@ for ((round = 1; round <= ROUNDS; round++)); do
     measure "qftp pause 0" "upload $size" "$bytes" "$QFTP" "${QARGS[@]}" --pause-ms 0 --replace overwrite upload "$work/up-$size.bin" "/bench/"
   done
   tree_bytes=$((TREE_FILES * 4096))
-  measure lftp "tree $TREE_FILES files" "$tree_bytes" "${LFTP[@]}" "$LSET mirror bench/tree $work/out/tree; quit" 127.0.0.1
-  measure "qftp pause 0" "tree $TREE_FILES files" "$tree_bytes" "$QFTP" "${QARGS[@]}" --pause-ms 0 download /bench/tree/ "$work/out/"
+  # Each tree goes to a folder of its own that stays until the end: ext4 creates files slowly
+  # right after thousands were deleted (it scans for recently freed inodes), which would
+  # measure the previous run's clean-up instead of the tool.
+  trees="$work/trees/$round"
+  mkdir -p "$trees/lftp" "$trees/qftp"
+  measure lftp "tree $TREE_FILES files" "$tree_bytes" "${LFTP[@]}" "$LSET mirror bench/tree $trees/lftp/tree; quit" 127.0.0.1
+  measure "qftp pause 0" "tree $TREE_FILES files" "$tree_bytes" "$QFTP" "${QARGS[@]}" --pause-ms 0 download /bench/tree/ "$trees/qftp/"
 done
 
 python3 "$ROOT_DIR/bench/report.py" "$OUT" "${rows[@]}"
