@@ -73,7 +73,7 @@ class FtpLibrary {
   /// Pause after each socket notification, milliseconds (default 10, 0..1000), counted from
   /// the start of its handling. The default paces transfers to about one receive buffer per
   /// pause; 0 lets them run at network speed and also drops the short fixed pauses after each
-  /// file (10 ms) and each listing (5 ms). Shared by the thread's components.
+  /// file (10 ms), created folder (10 ms) and listing (5 ms). Shared by the thread's components.
   std::int32_t NotificationPause() const;
   void NotificationPause(std::int32_t ms);
 

@@ -202,10 +202,11 @@ void DataConnection::UploadData() {
     return;
   }
   if (step.kind == UploadStep::Send) {
-    std::string bytes = transfer->ReadUpload(step.bytes);
+    std::string bytes = m_objDataSocket.TakeSentBuffer();
+    transfer->ReadUpload(step.bytes, bytes);
     if (!bytes.empty()) {
       double length = static_cast<double>(bytes.size());
-      m_objDataSocket.SendData(ByteArray{std::move(bytes)}, length, false, false);
+      m_objDataSocket.SendBytes(std::move(bytes), length);
       transfer->UploadSent(length);
       return;
     }

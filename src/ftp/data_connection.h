@@ -40,8 +40,9 @@ class TransferSide {
   virtual double UploadFileSize() const { return 0; }
   virtual double UploadBytesSent() const { return 0; }
   virtual std::int32_t UploadChunkSize() const { return 0; }
-  /// The next n bytes of the local file.
-  virtual std::string ReadUpload(std::size_t /*n*/) { return {}; }
+  /// Fills block with the next n bytes of the local file (fewer at its end). The block's
+  /// storage is reused from chunk to chunk.
+  virtual void ReadUpload(std::size_t /*n*/, std::string& block) { block.clear(); }
   /// n bytes were handed to the socket: counters and progress.
   virtual void UploadSent(double /*n*/) {}
 };

@@ -182,7 +182,7 @@ bool CreateDirectory(Core& core, const std::string& directory_path, bool recursi
     const bool made = RunCommand(core, opCreateDirectory, "MKD", path);
     if (made && lists.created_switch) lists.created += ftp_text::Lower(path) + "|";
     WriteLog((made ? "CCDPATH.OK: " : "CCDPATH.ERR: ") + current + "; " + path);
-    core.pump().Sleep(10);
+    core.pump().Sleep(core.PacingPause(10));
     return made;
   });
 }

@@ -271,10 +271,7 @@ void CSocket::QueryLocalName() {
 void CSocket::SendData(const SocketValue& varData, double& lngBufferLength, bool blnListCommand,
                        bool blnUTF8) {
   Protect("SendData", [&] {
-    list_command_ = blnListCommand;
-    if (protocol_ == 0 && handle_ == -1) Fail(errors::kWrongState, kWrongStateText);
-    if (protocol_ == 1 && !SocketExists()) return;
-    send_offset_ = 0;
+    if (!BeginSend(blnListCommand)) return;
     if (auto bytes = ValueToBytes(varData, blnUTF8)) {
       send_buffer_ = std::move(*bytes);
       if (blnUTF8 && std::holds_alternative<std::string>(varData)) {
@@ -284,6 +281,29 @@ void CSocket::SendData(const SocketValue& varData, double& lngBufferLength, bool
     m_lngBufferLen = lngBufferLength;
     SendBufferedData();
   });
+}
+
+void CSocket::SendBytes(std::string&& bytes, double& lngBufferLength) {
+  Protect("SendData", [&] {
+    if (!BeginSend(false)) return;
+    send_buffer_ = std::move(bytes);
+    m_lngBufferLen = lngBufferLength;
+    SendBufferedData();
+  });
+}
+
+bool CSocket::BeginSend(bool list_command) {
+  list_command_ = list_command;
+  if (protocol_ == 0 && handle_ == -1) Fail(errors::kWrongState, kWrongStateText);
+  if (protocol_ == 1 && !SocketExists()) return false;
+  send_offset_ = 0;
+  return true;
+}
+
+std::string CSocket::TakeSentBuffer() {
+  if (m_lngBufferLen > 0) return {};
+  send_offset_ = 0;
+  return std::exchange(send_buffer_, {});
 }
 
 void CSocket::SendBufferedData() {

@@ -61,6 +61,11 @@ class CSocket {
   /// all its bytes and returns their count in lngBufferLength).
   void SendData(const SocketValue& varData, double& lngBufferLength, bool blnListCommand = false,
                 bool blnUTF8 = false);
+  /// SendData of a byte block that takes over the block's storage instead of copying it.
+  void SendBytes(std::string&& bytes, double& lngBufferLength);
+  /// The storage of the send buffer once all of it was sent (empty while bytes are pending), so
+  /// that a transfer refills one block instead of allocating a new one for every chunk.
+  std::string TakeSentBuffer();
   /// The received bytes converted by varType (a variant-type code; none = text), consumed.
   void GetData(SocketValue& varData, std::optional<std::int32_t> varType = {},
                std::optional<std::int32_t> maxLen = {});
@@ -115,6 +120,8 @@ class CSocket {
   void OnConnectEvent();
   void OnCloseEvent();
   bool SocketExists();
+  /// The checks every send starts with; false when a UDP socket has nothing to send on.
+  bool BeginSend(bool list_command);
   void GetWinsockBuffers();
   void RecvData(SocketValue& varData, std::optional<std::int32_t> varType,
                 std::optional<std::int32_t> maxLen, bool peek);

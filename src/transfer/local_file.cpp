@@ -54,10 +54,9 @@ class EngineSide : public TransferSide {
   double UploadBytesSent() const override { return engine_.bytes; }
   std::int32_t UploadChunkSize() const override { return core_.transfer.progress.chunk_size; }
 
-  std::string ReadUpload(std::size_t n) override {
-    std::string block(n, '\0');
+  void ReadUpload(std::size_t n, std::string& block) override {
+    block.resize(n);  // same size as the last chunk most of the time: nothing to fill
     block.resize(engine_.file.Read(block.data(), n));
-    return block;
   }
 
   void UploadSent(double n) override {
