@@ -28,14 +28,20 @@ QFTP=${QFTP:-$ROOT_DIR/build/tools/qftp/qftp}
 
 work=$(mktemp -d /tmp/quorvi-bench.XXXXXX)
 chmod 755 "$work"
+# The server's files live in memory when /dev/shm allows it: the table compares clients, and
+# the server's own disk (truncating or flushing the previous run's upload) would blur it.
+# The clients read and write their files on disk.
+served=$work
+if [ -d /dev/shm ] && [ -w /dev/shm ]; then served=$(mktemp -d /dev/shm/quorvi-bench.XXXXXX); fi
+chmod 755 "$served"
 server_pid=""
 cleanup() {
   [ -n "$server_pid" ] && tests/fixtures/stop.sh "$server_pid" >/dev/null 2>&1 || true
-  rm -rf "$work"
+  rm -rf "$work" "$served"
 }
 trap cleanup EXIT
 
-root="$work/root"
+root="$served/root"
 mkdir -p "$root/bench/tree" "$work/out"
 for size in $SIZES; do head -c "$size" /dev/urandom >"$root/bench/file-$size.bin"; done
 for ((i = 0; i < TREE_FILES; i++)); do
@@ -75,10 +81,15 @@ for ((round = 1; round <= ROUNDS; round++)); do
     measure lftp "download $size" "$bytes" "${LFTP[@]}" "$LSET get $f -o $work/out/f.bin; quit" 127.0.0.1
     measure "qftp" "download $size" "$bytes" "$QFTP" "${QARGS[@]}" download "/$f" "$work/out/"
     measure "qftp pause 0" "download $size" "$bytes" "$QFTP" "${QARGS[@]}" --pause-ms 0 download "/$f" "$work/out/"
-    measure curl "upload $size" "$bytes" curl -s -T "$work/up-$size.bin" "$URL/bench/up-curl-$size.bin"
-    measure lftp "upload $size" "$bytes" "${LFTP[@]}" "$LSET put $work/up-$size.bin -o bench/up-lftp-$size.bin; quit" 127.0.0.1
-    measure "qftp" "upload $size" "$bytes" "$QFTP" "${QARGS[@]}" --replace overwrite upload "$work/up-$size.bin" "/bench/"
-    measure "qftp pause 0" "upload $size" "$bytes" "$QFTP" "${QARGS[@]}" --pause-ms 0 --replace overwrite upload "$work/up-$size.bin" "/bench/"
+    # Every upload creates its file: the server never truncates the previous run's copy.
+    measure curl "upload $size" "$bytes" curl -s -T "$work/up-$size.bin" "$URL/bench/up-$size.bin"
+    rm -f "$root/bench/up-$size.bin"
+    measure lftp "upload $size" "$bytes" "${LFTP[@]}" "$LSET put $work/up-$size.bin -o bench/up-$size.bin; quit" 127.0.0.1
+    rm -f "$root/bench/up-$size.bin"
+    measure "qftp" "upload $size" "$bytes" "$QFTP" "${QARGS[@]}" upload "$work/up-$size.bin" "/bench/"
+    rm -f "$root/bench/up-$size.bin"
+    measure "qftp pause 0" "upload $size" "$bytes" "$QFTP" "${QARGS[@]}" --pause-ms 0 upload "$work/up-$size.bin" "/bench/"
+    rm -f "$root/bench/up-$size.bin"
   done
   tree_bytes=$((TREE_FILES * 4096))
   # Each tree goes to a folder of its own that stays until the end: ext4 creates files slowly
