@@ -32,7 +32,7 @@ def main() -> None:
         "# Benchmark results",
         "",
         f"Date: {datetime.date.today()}; machine: {platform.machine()}, {os.cpu_count()} cores, "
-        f"{cpu_model()}; server: vsftpd on loopback, passive mode, files written to disk.",
+        f"{cpu_model()}; server: vsftpd on loopback, passive mode, serving from memory; the clients' files on disk.",
         "Best of the rounds. Ratio: throughput relative to curl (folder trees: relative to lftp's mirror).",
         "",
         "| tool | job | seconds | MB/s | CPU s | peak RSS MiB | ratio |",
