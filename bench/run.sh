@@ -2,11 +2,11 @@
 # Throughput, CPU and memory of qftp against curl and lftp on one local vsftpd, in one run.
 #   bench/run.sh [--rounds N] [--sizes "1M 64M 1G"] [--no-build] [--out FILE]
 # Needs root on a fresh machine (installs the server and the tools). Writes a Markdown table
-# to bench/results.md (or --out) and prints it.
+# to docs/benchmark-results.md (or --out) and prints it.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 ROOT_DIR=$(pwd)
-ROUNDS=2 SIZES="1M 64M 1G" BUILD=1 OUT="$ROOT_DIR/bench/results.md" TREE_FILES=2000
+ROUNDS=3 SIZES="1M 64M 1G" BUILD=1 OUT="$ROOT_DIR/docs/benchmark-results.md" TREE_FILES=2000
 while [ $# -gt 0 ]; do
   case "$1" in
     --rounds) ROUNDS=$2; shift 2 ;;
