@@ -16,7 +16,8 @@ inline constexpr int kWaitStepMs = 10;
 /// Pumps in 10 ms steps while the shared error object holds no number and running() holds;
 /// each_turn (when set) runs once per step after the pump. A step ends early once the wait is
 /// over or ready() (when set) holds, so a finished exchange is not held up by the rest of a
-/// step. Returns false when the limit passed first.
+/// step; ready() must describe a state from which each_turn ends the wait, or the steps (and
+/// with them the limit) would run out at once. Returns false when the limit passed first.
 bool WaitWhile(Core& core, const std::function<bool()>& running, int limit_seconds,
                const std::function<void()>& each_turn = {},
                const std::function<bool()>& ready = {});
