@@ -90,6 +90,9 @@ for ((round = 1; round <= ROUNDS; round++)); do
     rm -f "$root/bench/up-$size.bin"
     measure "qftp pause 0" "upload $size" "$bytes" "$QFTP" "${QARGS[@]}" --pause-ms 0 upload "$work/up-$size.bin" "/bench/"
     rm -f "$root/bench/up-$size.bin"
+    # A host's choice for links with a tiny round-trip time (docs/transfers.md, socket buffers).
+    measure "qftp pause 0 sndbuf 128K" "upload $size" "$bytes" "$QFTP" "${QARGS[@]}" --pause-ms 0 --sndbuf 131072 upload "$work/up-$size.bin" "/bench/"
+    rm -f "$root/bench/up-$size.bin"
   done
   tree_bytes=$((TREE_FILES * 4096))
   # Each tree goes to a folder of its own that stays until the end: ext4 creates files slowly

@@ -28,6 +28,7 @@ void Configure(quorvi::FtpLibrary& ftp, const qftp::Options& o) {
   if (o.keepalive_cmd) ftp.KeepAliveCommand(*o.keepalive_cmd);
   if (o.keepalive_sec) ftp.KeepAliveSecond(static_cast<std::int16_t>(*o.keepalive_sec));
   if (o.pause_ms) ftp.NotificationPause(*o.pause_ms);
+  if (o.sndbuf) ftp.Sndbuf(*o.sndbuf);
   if (o.log) ftp.EnableLog(true);
 }
 

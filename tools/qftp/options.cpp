@@ -39,6 +39,7 @@ const std::vector<OptionRow>& OptionTable() {
       {"", "--keepalive-sec", true,
        [](Options& o, auto& n, auto& v) { o.keepalive_sec = ToInt(n, v); }},
       {"", "--pause-ms", true, [](Options& o, auto& n, auto& v) { o.pause_ms = ToInt(n, v); }},
+      {"", "--sndbuf", true, [](Options& o, auto& n, auto& v) { o.sndbuf = ToInt(n, v); }},
       {"", "--proxy", true, [](Options& o, auto&, auto& v) { o.proxy = v; }},
       {"-q", "", false, [](Options& o, auto&, auto&) { o.quiet = true; }},
       {"-v", "", false, [](Options& o, auto&, auto&) { o.verbose = true; }},
@@ -95,6 +96,7 @@ std::string UsageText() {
 connection:  -H/--host HOST  -P/--port N  -u/--user USER  -p/--password PASS (or env QFTP_PASSWORD)
              --active  --utf8 | --no-auto-encoding  --mlsd  --list-all  --timeout S
              --keepalive-cmd CMD  --keepalive-sec S  --pause-ms N (pause per notification, default 10)
+             --sndbuf BYTES (data send buffer and upload chunk cap; default: sized by the system)
 transfer:    --replace ask|overwrite|resume|skip|rename  --rename-rule RULE  --retries N
              --max-speed KIB  --max-size MIB  --allow EXTS  --forbid EXTS  --without-list
              --correspond-folder  --total  --status-dir DIR  --ascii  --proxy HOST:PORT

@@ -24,6 +24,7 @@ struct Options {
   std::optional<std::string> keepalive_cmd;
   std::optional<int> keepalive_sec;
   std::optional<int> pause_ms;  ///< pause after each socket notification
+  std::optional<int> sndbuf;    ///< data connection send buffer (and upload chunk cap), bytes
   std::optional<std::string> proxy;  ///< HTTP proxy as HOST:PORT
   // transfer (download, upload)
   TransferOptions transfer;
