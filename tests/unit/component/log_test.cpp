@@ -20,10 +20,6 @@ namespace fs = std::filesystem;
 const std::string kStamp = R"(  \{\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\}\r\n)";
 const std::string kHeader = "-------------------QuorviFtp ActiveX Control V4\\.5\\.10---------------";
 
-fs::path TempRoot(const char* what) {
-  return fs::temp_directory_path() / ("quorvi-" + std::string(what) + "-" + std::to_string(getpid()));
-}
-
 // The component's "Windows folder" is a fresh temporary folder for each test.
 class LogFile : public ::testing::Test {
  protected:
@@ -36,7 +32,9 @@ class LogFile : public ::testing::Test {
     unsetenv("QUORVI_WINDOWS_DIR");
     fs::remove_all(root());
   }
-  static fs::path root() { return TempRoot("windows"); }
+  static fs::path root() {
+    return fs::temp_directory_path() / ("quorvi-windows-" + std::to_string(getpid()));
+  }
   static fs::path LogPath() { return root() / "system" / "talvex.dat"; }
   static std::string ReadLog() {
     std::ostringstream text;
@@ -47,7 +45,7 @@ class LogFile : public ::testing::Test {
 
 TEST_F(LogFile, EnablingWritesTheHeaderAndErrorsFollow) {
   FtpLibrary lib;
-  EXPECT_EQ(lib.core().error().LogFilePath(), (root() / "system" / "talvex.dat").string());
+  EXPECT_EQ(lib.core().error().LogFilePath(), LogPath().string());
   EXPECT_FALSE(fs::exists(LogPath()));  // off by default
   lib.EnableLog(true);
   lib.core().ReportError("GetFtpFileSize", 20061, detail::GetErrorText(20061));

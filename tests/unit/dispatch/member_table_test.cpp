@@ -1,6 +1,5 @@
 // The by-name table against the class it describes: every public member of
-// include/quorvi/ftp_library.h has a row with the declared parameter names and defaults, and
-// the initial values the table documents are what a fresh object reports.
+// include/quorvi/ftp_library.h has a row with the declared parameter names and defaults.
 #include <quorvi/dispatch.h>
 
 #include <gtest/gtest.h>
@@ -29,29 +28,27 @@ std::string Trim(const std::string& s) {
 
 // The public member declarations of FtpLibrary, by name (a property has one or two).
 std::multimap<std::string, Declaration> ParseHeader() {
-  std::ifstream file(std::string(QUORVI_SOURCE_DIR) + "/include/quorvi/ftp_library.h");
   std::stringstream buffer;
-  buffer << file.rdbuf();
+  buffer << std::ifstream(std::string(QUORVI_SOURCE_DIR) + "/include/quorvi/ftp_library.h").rdbuf();
   std::string text = buffer.str();
   text = text.substr(text.find("class FtpLibrary {"));
   text = text.substr(0, text.find("\n private:"));
   text = std::regex_replace(text, std::regex("//[^\n]*"), "");
   text = std::regex_replace(text, std::regex("\\{[^{}]*\\}"), ";");  // inline bodies
 
+  static const std::regex name_at_end("([A-Za-z_]\\w*)\\s*$");
   std::multimap<std::string, Declaration> members;
   std::stringstream statements(text);
   for (std::string statement; std::getline(statements, statement, ';');) {
     statement = Trim(statement);
-    const auto open = statement.find('(');
-    const auto close = statement.rfind(')');
-    if (open == std::string::npos || close == std::string::npos) continue;
-    static const std::regex name_at_end("([A-Za-z_]\\w*)\\s*$");
+    const auto open = statement.find('('), close = statement.rfind(')');
     std::smatch match;
     const std::string head = statement.substr(0, open);
-    if (!std::regex_search(head, match, name_at_end)) continue;
-    Declaration declaration;
-    declaration.result = Trim(head.substr(head.rfind('\n') + 1, match.position(0) -
-                                                                   head.rfind('\n') - 1));
+    if (open == std::string::npos || close == std::string::npos ||
+        !std::regex_search(head, match, name_at_end))
+      continue;
+    const auto line = head.rfind('\n') + 1;
+    Declaration declaration{Trim(head.substr(line, match.position(0) - line)), {}};
     // No parameter type or default of the class contains a comma.
     std::stringstream params(statement.substr(open + 1, close - open - 1));
     for (std::string param; std::getline(params, param, ',');) {
@@ -124,19 +121,6 @@ TEST(MemberTable, RowsMatchTheDeclarations) {
       }
     }
   }
-}
-
-TEST(MemberTable, InitialValuesAreWhatAFreshObjectReports) {
-  FtpLibrary ftp;
-  int checked = 0;
-  for (const auto& member : Members()) {
-    if (!member.initial || !member.readable) continue;
-    const auto read = GetProperty(ftp, member.name);
-    ASSERT_TRUE(read) << read.message;
-    EXPECT_EQ(read.value, *member.initial) << member.name;
-    ++checked;
-  }
-  EXPECT_GT(checked, 20);
 }
 
 }  // namespace

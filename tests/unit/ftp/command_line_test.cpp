@@ -15,10 +15,8 @@ TEST(CommandLine, ToServerPathPlacesAbsolutePathsUnderThePrefix) {
       {"\\pub\\incoming", "/home/u", "/home/u/pub/incoming"},
       {"/pub//a", "/home/u/", "/home/u/pub/a"},
       {"/", "/home/u", "/"},
-      {"\\", "/home/u", "/"},
       {"relative/x", "/home/u", "relative/x"},
       {"/x", "/", "/x"},                       // a one-character prefix is no prefix
-      {"", "/home/u", ""},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(ToServerPath(c.path, c.prefix), c.wire) << c.path << " under " << c.prefix;
@@ -43,11 +41,9 @@ TEST(CommandLine, BuildsLinesMessagesAndLastCommand) {
       {"noop", "", {}, "NOOP\r\n", "NOOP ", true},
       {"cwd", "\\pub", prefixed, "CWD /home/u/pub\r\n", "CWD /home/u/pub", true},
       {"SIZE", "/pub/a", prefixed, "SIZE /pub/a\r\n", "SIZE /pub/a", true},  // not a path command
-      {"RNTO", "/b", prefixed, "RNTO /b\r\n", "RNTO /b", true},
       {"LIST", "/x", list_all, "LIST -al /x\r\n", "LIST /x", true},
       {"LIST", "/x", mlsd, "MLSD /x\r\n", "LIST /x", true},
       {"LIST", "", mlsd, "MLSD\r\n", "LIST ", true},
-      {"LIST", "/x", {}, "LIST /x\r\n", "LIST /x", true},
       {"PASS", "s3cret", {}, "PASS s3cret\r\n", "PASS ********", true},
       {"MLSD", "useforftpcommandtest", {}, "MLSD\r\n", "MLSD ", false},
       {"NOOP", "no_change_lastsendcommand", {}, "NOOP\r\n", "NOOP ", false},
@@ -73,10 +69,6 @@ TEST(CommandLine, DeciphersOnlyCredentials) {
 TEST(CommandLine, StateFollowsTheCommandAndTheRunningOperation) {
   struct Case { std::string command; FtpOperations operation; FtpStates state; };
   const std::vector<Case> cases = {
-      {"PASS", opConnect, ftpAuthentication},
-      {"PWD", opGetCurrentDirectory, ftpRetrievingDirectoryInfo},
-      {"RNFR", opRenameFile, ftpRenamingFile},
-      {"QUIT", opQuit, ftpQuiting},
       {"RETR", opUpload, ftpDownloadInProgress},   // the command decides, not the operation
       {"TYPE", opListDirectory, ftpRetrievingDirectoryInfo},
       {"PORT", opUpload, ftpUploadInProgress},

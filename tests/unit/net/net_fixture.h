@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <string>
@@ -56,7 +57,7 @@ struct Listener {
 struct Recorder {
   std::vector<std::string> events;
   std::string received;
-  void Attach(CSocket& s, bool take_data = true) {
+  void Attach(CSocket& s) {
     s.OnConnect = [this] { events.push_back("connect"); };
     s.OnClose = [this] { events.push_back("close"); };
     s.OnError = [this, &s] { events.push_back("error:" + std::to_string(s.m_lngEventErrorNumber)); };
@@ -65,29 +66,23 @@ struct Recorder {
       events.push_back("progress:" + std::to_string(static_cast<long>(sent)) + "/" +
                        std::to_string(static_cast<long>(left)));
     };
-    s.OnDataArrival = [this, &s, take_data](double n) {
+    s.OnDataArrival = [this, &s](double n) {
       events.push_back("data:" + std::to_string(static_cast<long>(n)));
-      if (!take_data) return;
       SocketValue v;
       s.GetData(v, vbByteArray);
       received += std::get<ByteArray>(v).bytes;
     };
   }
-  bool Has(const std::string& e) const {
-    for (const auto& x : events) {
-      if (x == e) return true;
-    }
-    return false;
-  }
+  bool Has(const std::string& e) const { return std::find(events.begin(), events.end(), e) != events.end(); }
 };
 
-/// A port on 127.0.0.1 with nothing listening on it.
-inline std::int32_t UnusedPort() {
-  auto s = platform::CreateSocket(false);
-  platform::SocketFd fd(static_cast<int>(s.value));
+/// A bound, not listening socket on 127.0.0.1 (connects to its port are refused).
+inline platform::SocketFd BoundSocket(std::int32_t& port) {
+  platform::SocketFd fd(static_cast<int>(platform::CreateSocket(false).value));
   platform::BindSocket(fd.get(), platform::Endpoint{*platform::ParseDottedIPv4("127.0.0.1"), 0});
   int error = 0;
-  return platform::LocalEndpoint(fd.get(), error)->port;
+  port = platform::LocalEndpoint(fd.get(), error)->port;
+  return fd;
 }
 
 }  // namespace quorvi::detail::test

@@ -106,31 +106,6 @@ TEST(EventPump, TimerRemovedByAnotherTickDoesNotFire) {
   EXPECT_EQ(second_ticks, 0);
 }
 
-TEST(EventPump, ReadinessWakesSleepAndRunsTheHandler) {
-  int fds[2];
-  ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, fds), 0);
-  EventPump pump;
-  int readable = 0;
-  pump.WatchFd(fds[0], POLLIN, [&](short revents) {
-    if (revents & POLLIN) {
-      ++readable;
-      char buf[16];
-      (void)!::read(fds[0], buf, sizeof buf);
-    }
-  });
-  EXPECT_EQ(pump.WatchedCount(), 1u);
-  ASSERT_EQ(::write(fds[1], "x", 1), 1);
-  pump.Sleep(20);
-  EXPECT_EQ(readable, 1);
-  pump.UnwatchFd(fds[0]);
-  EXPECT_EQ(pump.WatchedCount(), 0u);
-  ASSERT_EQ(::write(fds[1], "y", 1), 1);
-  pump.DoEvents();
-  EXPECT_EQ(readable, 1);
-  ::close(fds[0]);
-  ::close(fds[1]);
-}
-
 TEST(EventPump, SleepUntilEndsWhenTheConditionHolds) {
   int fds[2];
   ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, fds), 0);
@@ -162,24 +137,6 @@ TEST(EventPump, SleepUntilEndsWhenTheConditionHolds) {
   ::close(fds[0]);
   ::close(fds[1]);
 }
-
-TEST(EventPump, HostHookRunsEveryPass) {
-  EventPump pump;
-  int calls = 0;
-  pump.SetHostHook([&] { ++calls; });
-  pump.DoEvents();
-  pump.DoEvents();
-  EXPECT_EQ(calls, 2);
-  pump.SetHostHook(nullptr);
-  pump.DoEvents();
-  EXPECT_EQ(calls, 2);
-}
-
-}  // namespace
-}  // namespace quorvi::platform
-
-namespace quorvi::platform {
-namespace {
 
 TEST(EventPump, ShortSleepsWaitInPollInsteadOfSpinning) {
   // Sleep(1) in a loop is how the engines wait for data; it must not burn a core.

@@ -15,8 +15,9 @@ namespace {
 
 class RecordingTarget : public DispatchTarget {
  public:
-  FtpOperations op = opDeleteFile;
-  std::string last = "DELE";
+  RecordingTarget(FtpOperations o, std::string l) : op(o), last(std::move(l)) {}
+  FtpOperations op;
+  std::string last;
   std::vector<std::string> calls;
 
   FtpOperations CurrentOperation() const override { return op; }
@@ -45,113 +46,87 @@ class RecordingTarget : public DispatchTarget {
 
 const std::string kSource = "ControlSocket_OnDataArrival";
 
-TEST(ReplyDispatcher, SendRowUsesItsArgumentSource) {
+TEST(ReplyDispatcher, SessionRowsSendLogOrCloseTheSessionFirst) {
+  struct Case {
+    FtpOperations op;
+    const char* last;
+    int code;
+    std::string received;
+    std::vector<std::string> expected;
+  };
+  const std::string login = "530 Login incorrect.";
+  const Case cases[] = {
+      {opRenameFile, "RNFR", 350, "350 Ready for RNTO.\r\n", {"send RNTO /new.txt"}},
+      {opConnect, "USER", 220, "220 again", {"log USER:220 again"}},  // prefix and received text
+      {opConnect, "PASS", 530, login + "\r\n",  // then the error path
+       {"close-session", "log " + kSource + std::to_string(opConnect) + "|PASS=16530--" + login + "  ",
+        "number 16530", "description " + login, "report " + kSource + " 16530 " + login, "end",
+        "close-file", "close-data"}},
+  };
   ReplyDispatcher dispatcher;
   dispatcher.RegisterArgument("RenameTarget", [] { return std::string("/new.txt"); });
-  RecordingTarget target;
-  target.op = opRenameFile;
-  target.last = "RNFR";
-  dispatcher.Dispatch(target, 350, "350 Ready for RNTO.\r\n");
-  EXPECT_EQ(target.calls, std::vector<std::string>{"send RNTO /new.txt"});
+  for (const auto& c : cases) {
+    RecordingTarget target(c.op, c.last);
+    dispatcher.Dispatch(target, c.code, c.received);
+    EXPECT_EQ(target.calls, c.expected) << c.last << " " << c.code;
+  }
 }
 
-struct ErrorPathCase {
-  const char* title;
-  FtpOperations op;
-  std::string received;
-  int code;
-  std::vector<std::string> expected;
-};
-
-class ErrorPath : public ::testing::TestWithParam<ErrorPathCase> {};
-
-TEST_P(ErrorPath, RecordsReportsAndEnds) {
-  const ErrorPathCase& c = GetParam();
-  ReplyDispatcher dispatcher({{c.op, kAnyCommand, {}, Fail()}});
-  RecordingTarget target;
-  target.op = c.op;
-  target.last = "CMD";
-  dispatcher.Dispatch(target, c.code, c.received);
-  EXPECT_EQ(target.calls, c.expected) << c.title;
+TEST(ReplyDispatcher, ErrorPathRecordsReportsAndEnds) {
+  struct Case {
+    const char* title;
+    FtpOperations op;
+    std::string received;
+    int code;
+    std::vector<std::string> expected;
+  };
+  const std::string del = kSource + std::to_string(opDeleteFile);
+  const std::string up = kSource + std::to_string(opUpload);
+  const std::string pending = "450 Another command is currently pending";
+  const Case cases[] = {
+      {"transfers are not reported here: their engine retries",
+       opUpload,
+       "421 Timeout.\r\n",
+       421,
+       {"log " + up + "|CMD=16421--421 Timeout.  ", "number 16421", "description 421 Timeout.",
+        "end", "close-file", "close-data"}},
+      {"no text received: nothing described",
+       opDeleteFile,
+       "",
+       550,
+       {"log " + del + "|CMD=16550--  ", "number 16550", "report " + kSource + " 16550 ", "end",
+        "close-file", "close-data"}},
+      {"a colliding keep-alive switches keep-alive off",
+       opUpload,
+       pending + "\r\n",
+       450,
+       {"log " + up + "|CMD=16450--" + pending + "  ", "number 16450", "description " + pending,
+        "end", "close-file", "close-data", "log DISKEEPCONN#" + pending, "keep-alive-off"}},
+  };
+  for (const auto& c : cases) {
+    ReplyDispatcher dispatcher({{c.op, kAnyCommand, {}, Fail()}});
+    RecordingTarget target(c.op, "CMD");
+    dispatcher.Dispatch(target, c.code, c.received);
+    EXPECT_EQ(target.calls, c.expected) << c.title;
+  }
 }
 
-const std::string kOpDelete = std::to_string(opDeleteFile);
-const std::string kOpUpload = std::to_string(opUpload);
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, ErrorPath,
-    ::testing::Values(
-        ErrorPathCase{
-            "a refused command is described by the server's line",
-            opDeleteFile,
-            "550 No such file.\r\n",
-            550,
-            {"log " + kSource + kOpDelete + "|CMD=16550--550 No such file.  ", "number 16550",
-             "description 550 No such file.", "report " + kSource + " 16550 550 No such file.",
-             "end", "close-file", "close-data"}},
-        ErrorPathCase{"transfers are not reported here: their engine retries",
-                      opUpload,
-                      "421 Timeout.\r\n",
-                      421,
-                      {"log " + kSource + kOpUpload + "|CMD=16421--421 Timeout.  ", "number 16421",
-                       "description 421 Timeout.", "end", "close-file", "close-data"}},
-        ErrorPathCase{"no text received: nothing described",
-                      opDeleteFile,
-                      "",
-                      550,
-                      {"log " + kSource + kOpDelete + "|CMD=16550--  ", "number 16550",
-                       "report " + kSource + " 16550 ", "end", "close-file", "close-data"}},
-        ErrorPathCase{
-            "a colliding keep-alive switches keep-alive off",
-            opUpload,
-            "450 Another command is currently pending\r\n",
-            450,
-            {"log " + kSource + kOpUpload +
-                 "|CMD=16450--450 Another command is currently pending  ",
-             "number 16450", "description 450 Another command is currently pending", "end",
-             "close-file", "close-data", "log DISKEEPCONN#450 Another command is currently pending",
-             "keep-alive-off"}}));
-
-TEST(ReplyDispatcher, CloseAndFailClosesTheSessionFirst) {
-  ReplyDispatcher dispatcher;
-  RecordingTarget target;
-  target.op = opConnect;
-  target.last = "PASS";
-  dispatcher.Dispatch(target, 530, "530 Login incorrect.\r\n");
-  ASSERT_GE(target.calls.size(), 3u);
-  EXPECT_EQ(target.calls[0], "close-session");
-  EXPECT_EQ(target.calls[2], "number 16530");
-}
-
-TEST(ReplyDispatcher, FailureInsideAHandlerTakesTheErrorPathWithItsNumber) {
-  ReplyDispatcher dispatcher({{opGetCurrentDirectory, kAnyCommand, {257}, Handler("Parse")}});
+TEST(ReplyDispatcher, HandlerFailuresTakeTheErrorPath) {
+  auto called = [](const RecordingTarget& t, const std::string& call) {
+    return std::find(t.calls.begin(), t.calls.end(), call) != t.calls.end();
+  };
+  ReplyDispatcher dispatcher({{opGetCurrentDirectory, kAnyCommand, {257}, Handler("Parse")},
+                              {opRawCommand, kAnyCommand, {}, Handler("Missing")}});
   dispatcher.RegisterHandler("Parse", [](const DispatchContext&) { Fail(20004, "boom"); });
-  RecordingTarget target;
-  target.op = opGetCurrentDirectory;
-  dispatcher.Dispatch(target, 257, "257 \"/\"\r\n");
+  RecordingTarget failing(opGetCurrentDirectory, "PWD");
+  dispatcher.Dispatch(failing, 257, "257 \"/\"\r\n");
   // Not a reply code: recorded with the failure's own text.
-  EXPECT_NE(
-      std::find(target.calls.begin(), target.calls.end(), "record " + kSource + " 20004 boom"),
-      target.calls.end());
-  EXPECT_NE(std::find(target.calls.begin(), target.calls.end(), "end"), target.calls.end());
-}
-
-TEST(ReplyDispatcher, UnregisteredHandlerFailsTheReplyInsteadOfHanging) {
-  ReplyDispatcher dispatcher({{opRawCommand, kAnyCommand, {}, Handler("Missing")}});
-  RecordingTarget target;
-  target.op = opRawCommand;
-  dispatcher.Dispatch(target, 200, "200 OK\r\n");
-  EXPECT_NE(std::find(target.calls.begin(), target.calls.end(), "number 16200"),
-            target.calls.end());
-}
-
-TEST(ReplyDispatcher, LoggedRowWritesPrefixAndReceivedText) {
-  ReplyDispatcher dispatcher;
-  RecordingTarget target;
-  target.op = opConnect;
-  target.last = "USER";
-  dispatcher.Dispatch(target, 220, "220 again");
-  EXPECT_EQ(target.calls, std::vector<std::string>{"log USER:220 again"});
+  EXPECT_TRUE(called(failing, "record " + kSource + " 20004 boom"));
+  EXPECT_TRUE(called(failing, "end"));
+  // An unregistered handler fails the reply instead of hanging.
+  RecordingTarget missing(opRawCommand, "DELE");
+  dispatcher.Dispatch(missing, 200, "200 OK\r\n");
+  EXPECT_TRUE(called(missing, "number 16200"));
 }
 
 }  // namespace

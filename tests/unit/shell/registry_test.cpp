@@ -22,29 +22,21 @@ class RegistryTest : public ::testing::Test {
   Regedit reg{store};
 };
 
-TEST(RegistryRules, RootNamesAndTheirAlternativeForms) {
-  const std::pair<const char*, std::int64_t> cases[] = {
+TEST(RegistryRules, RootNamesAndSubKeys) {
+  const std::pair<const char*, std::int64_t> roots[] = {
       {"HKEY_CLASSES_ROOT", 0x80000000}, {"hkey_current_user", 0x80000001},
       {"&h80000006", 0x80000006},        {"HKLM", -1},
       {"&H80000007", -1},
   };
-  for (const auto& [name, value] : cases) EXPECT_EQ(GetRootKey(name), value) << name;
-}
-
-TEST(RegistryRules, FormatSubKey) {
-  const std::pair<const char*, const char*> cases[] = {
+  for (const auto& [name, value] : roots) EXPECT_EQ(GetRootKey(name), value) << name;
+  const std::pair<const char*, const char*> keys[] = {
       {"/Software/T", "Software\\T"}, {"\\\\a\\b", "\\a\\b"}, {"a/b\\c", "a\\b\\c"}, {"", ""}};
-  for (const auto& [in, out] : cases) EXPECT_EQ(FormatSubKey(in), out) << in;
+  for (const auto& [in, out] : keys) EXPECT_EQ(FormatSubKey(in), out) << in;
 }
 
 TEST_F(RegistryTest, ValuesRoundTripByType) {
   ASSERT_TRUE(reg.RegCreate(kUser, "/Software/T"));
-  struct Case {
-    const char* value;
-    const char* type;
-    bool written;
-    const char* read;
-  };
+  struct Case { const char* value; const char* type; bool written; const char* read; };
   const Case cases[] = {
       {"hello world", "REG_SZ", true, "hello world"},
       {"12", "REG_DWORD", true, "12"},
@@ -102,13 +94,10 @@ TEST_F(RegistryTest, DeleteRemovesWholeTree) {
   EXPECT_FALSE(reg.RegDelete(kUser, ""));  // a root stays
 }
 
-TEST_F(RegistryTest, UnknownRootFailsEverything) {
+TEST_F(RegistryTest, UnknownRootOrBrokenStoreFailsEverything) {
   EXPECT_FALSE(reg.RegCreate("HKLM", "a"));
   EXPECT_FALSE(reg.RegSetValue("HKLM", "a", "v"));
   EXPECT_FALSE(std::filesystem::exists(store.root()));
-}
-
-TEST_F(RegistryTest, StoreThatCannotBeCreatedGivesFailureValues) {
   quorvi::testing::WriteFile(dir / "plain", "not a folder");
   Regedit broken{platform::RegistryStore(dir.path() / "plain" / "registry")};
   EXPECT_FALSE(broken.RegCreate(kUser, "a"));

@@ -81,25 +81,21 @@ TEST_F(LaunchTest, RunFailures) {
   }
 }
 
-TEST_F(LaunchTest, ExecuteHandsDocumentsAndAddressesToXdgOpen) {
+// Documents, folders and addresses go to xdg-open; programs start with their parameters.
+TEST_F(LaunchTest, ExecuteOpensDocumentsAndStartsPrograms) {
+  std::filesystem::copy_file(recorder, dir / "bin/recorder");
   const std::string doc = dir / "my folder/doc.txt";
-  const std::pair<std::string, std::string> cases[] = {
-      {doc, doc + "\n"},
-      {dir / "my folder", dir / "my folder\n"},
-      {"https://example.org/a?b=c", "https://example.org/a?b=c\n"},
+  const std::string cases[][3] = {
+      {doc, "ignored", doc + "\n"},
+      {dir / "my folder", "", dir / "my folder\n"},
+      {"https://example.org/a?b=c", "", "https://example.org/a?b=c\n"},
+      {recorder, "p1 'p 2'", "p1\np 2\n"},
+      {"recorder", "found-in-path", "found-in-path\n"},
   };
-  for (const auto& [target, recorded] : cases) {
-    EXPECT_GT(ExecuteFile(target, "ignored"), 32) << target;
+  for (const auto& [target, parameters, recorded] : cases) {
+    EXPECT_GT(ExecuteFile(target, parameters), 32) << target;
     EXPECT_EQ(Recorded(), recorded) << target;
   }
-}
-
-TEST_F(LaunchTest, ExecuteStartsProgramsWithParameters) {
-  EXPECT_GT(ExecuteFile(recorder, "p1 'p 2'"), 32);
-  EXPECT_EQ(Recorded(), "p1\np 2\n");
-  std::filesystem::copy_file(recorder, dir / "bin/recorder");
-  EXPECT_GT(ExecuteFile("recorder", "found-in-path"), 32);
-  EXPECT_EQ(Recorded(), "found-in-path\n");
 }
 
 TEST_F(LaunchTest, ExecuteMissingFileIsShellError) {
@@ -109,8 +105,7 @@ TEST_F(LaunchTest, ExecuteMissingFileIsShellError) {
 }
 
 TEST_F(LaunchTest, ExploreOpensFolderOrTheFilesFolder) {
-  const std::string doc = dir / "my folder/doc.txt";
-  EXPECT_TRUE(ExploreFolder(doc, 1));
+  EXPECT_TRUE(ExploreFolder(dir / "my folder/doc.txt", 1));
   EXPECT_EQ(Recorded(), dir / "my folder\n");
   EXPECT_TRUE(ExploreFolder(dir / "my folder", 0));
   EXPECT_EQ(Recorded(), dir / "my folder\n");

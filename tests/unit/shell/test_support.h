@@ -37,12 +37,8 @@ class ScopedEnv {
     if (const char* old = std::getenv(name)) old_ = old;
     ::setenv(name, value.c_str(), 1);
   }
-  ~ScopedEnv() {
-    if (old_) ::setenv(name_, old_->c_str(), 1);
-    else ::unsetenv(name_);
-  }
+  ~ScopedEnv() { old_ ? ::setenv(name_, old_->c_str(), 1) : ::unsetenv(name_); }
   ScopedEnv(const ScopedEnv&) = delete;
-  ScopedEnv& operator=(const ScopedEnv&) = delete;
 
  private:
   const char* name_;
@@ -58,16 +54,12 @@ inline void WriteFile(const std::string& path, const std::string& text, bool exe
 
 /// The file's text once it exists (waits at most five seconds), or nothing.
 inline std::optional<std::string> WaitForFile(const std::string& path) {
-  for (int i = 0; i < 500; ++i) {
-    if (std::filesystem::exists(path)) {
-      std::ifstream in(path);
-      std::ostringstream ss;
-      ss << in.rdbuf();
-      return ss.str();
-    }
+  for (int i = 0; i < 500 && !std::filesystem::exists(path); ++i)
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
-  return std::nullopt;
+  if (!std::filesystem::exists(path)) return std::nullopt;
+  std::ostringstream text;
+  text << std::ifstream(path).rdbuf();
+  return text.str();
 }
 
 }  // namespace quorvi::testing

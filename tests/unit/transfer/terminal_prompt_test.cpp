@@ -33,24 +33,21 @@ std::string Run(const std::string& command) {
 class TmuxSession {
  public:
   explicit TmuxSession(const std::string& command)
-      : socket_("quorvi_prompt_" + std::to_string(::getpid())) {
-    Run(Tmux() + " new-session -d -x 100 -y 40 '" + command + "' 2>&1");
+      : tmux_("tmux -L quorvi_prompt_" + std::to_string(::getpid())) {
+    Run(tmux_ + " new-session -d -x 100 -y 40 '" + command + "' 2>&1");
   }
-  ~TmuxSession() { Run(Tmux() + " kill-server 2>/dev/null"); }
-  std::string Screen() { return Run(Tmux() + " capture-pane -p"); }
-  void Keys(const std::string& keys) { Run(Tmux() + " send-keys " + keys); }
+  ~TmuxSession() { Run(tmux_ + " kill-server 2>/dev/null"); }
+  std::string Screen() { return Run(tmux_ + " capture-pane -p"); }
+  void Keys(const std::string& keys) { Run(tmux_ + " send-keys " + keys); }
   // Polls the screen until text shows (at most about five seconds).
   bool WaitFor(const std::string& text) {
-    for (int i = 0; i < 100; ++i) {
-      if (Screen().find(text) != std::string::npos) return true;
+    for (int i = 0; i < 100 && Screen().find(text) == std::string::npos; ++i)
       std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    }
-    return false;
+    return Screen().find(text) != std::string::npos;
   }
 
  private:
-  std::string Tmux() const { return "tmux -L " + socket_; }
-  std::string socket_;
+  std::string tmux_;
 };
 
 // The program inside the terminal: this test binary again, running only this helper.
@@ -84,13 +81,11 @@ TEST(TerminalReplacePrompt, ShowsTheMessageAndAnswersKeys) {
                             "Choose [OSNFXTC]"}) {
     EXPECT_NE(screen.find(shown), std::string::npos) << shown << "\n---\n" << screen;
   }
-  tmux.Keys("r");
-  tmux.Keys("n");
+  tmux.Keys("r n");
   ASSERT_TRUE(tmux.WaitFor("New Filename [a]")) << tmux.Screen();
   tmux.Keys("b Enter");
-  for (int i = 0; i < 100 && !fs::exists(result); ++i) {
+  for (int i = 0; i < 100 && !fs::exists(result); ++i)
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
-  }
   std::this_thread::sleep_for(std::chrono::milliseconds(50));
   std::ifstream in(result);
   std::string answer;

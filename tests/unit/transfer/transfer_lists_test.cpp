@@ -64,19 +64,14 @@ TEST(TransferLists, ResultListsKeepEachTransferredPathOnce) {
 }
 
 TEST(Admission, FileTypes) {
-  struct Case {
-    const char* path;
-    const char* allowed;
-    const char* forbidden;
-    int error;  // 0 = accepted
-  } cases[] = {
+  struct Case { const char *path, *allowed, *forbidden; int error; };  // error 0: accepted
+  const Case cases[] = {
       {"/p/photo.JPG", "jpg", "", 0},
       {"/p/notes.txt", "jpg", "", 20021},
       {"/p/README", "jpg", "", 20021},
       {"/p/a.gif", ".jpg..gif", "", 0},
       {"/p/setup.exe", "", "exe", 20022},
       {"/p/README", "", "exe", 0},
-      {"/p/x.exe", "", "", 0},
       {"/p/a.jpeg", "jpg", "", 20021},
       {"/p/a.pg", "jpg", "", 20021},
       {"/p/a.doc", "doc", "doc", 20022},
@@ -93,6 +88,7 @@ TEST(Admission, FileTypes) {
   }
   try {
     CheckFileType("/a.txt", "jpg.gif", "", "DownLoad");
+    ADD_FAILURE() << "a.txt passed";
   } catch (const ComponentError& e) {
     EXPECT_EQ(e.text(), "This filetype is not allowed.Allowable File Types:[ jpg.gif ]");
   }
@@ -100,17 +96,13 @@ TEST(Admission, FileTypes) {
 
 TEST(Admission, MaxSize) {
   constexpr double kMiB = 1048576;
-  EXPECT_NO_THROW(CheckMaxSize(1e12, 0, "DownLoadOne"));
+  EXPECT_NO_THROW(CheckMaxSize(1e12, 0, "DownLoadOne"));  // 0: no limit
   EXPECT_NO_THROW(CheckMaxSize(kMiB, kMiB, "DownLoadOne"));
   EXPECT_THROW(CheckMaxSize(kMiB + 1, kMiB, "DownLoadOne"), ComponentError);
-  const std::pair<double, const char*> texts[] = {
-      {kMiB, "Can't transfer files more than 1M"},
-      {5 * kMiB, "Can't transfer files more than 5M"},
-      {2.5 * kMiB, "Can't transfer files more than 2.5M"},
-      {100 * kMiB, "Can't transfer files more than 100M"}};
-  for (const auto& [limit, text] : texts) EXPECT_EQ(MaxSizeText(limit), text);
+  EXPECT_EQ(MaxSizeText(kMiB), "Can't transfer files more than 1M");
   try {
     CheckMaxSize(3 * kMiB, 2.5 * kMiB, "UpLoadOne");
+    ADD_FAILURE() << "above the limit passed";
   } catch (const ComponentError& e) {
     EXPECT_EQ(e.number(), 20003);
     EXPECT_EQ(e.text(), "Can't transfer files more than 2.5M");
