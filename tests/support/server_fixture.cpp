@@ -19,37 +19,29 @@ namespace {
 using std::chrono::milliseconds;
 
 struct KindInfo {
-  ServerKind kind;
   const char* name;
   const char* script;
-  const char* log;                        ///< below the state folder
-  std::array<const char*, 3> programs;    ///< any one of them present = installed
+  const char* log;                      ///< below the state folder
+  std::array<const char*, 2> programs;  ///< any one of them present = installed
   bool ftp;
 };
 
-// Where each server's program lives: apt-installed, or unpacked by install.sh under
+// In ServerKind's order. Each program is apt-installed or unpacked by install.sh under
 // /opt/ftpsrv (the default FTPSRV_PREFIX).
 constexpr std::array<KindInfo, 6> kKinds{{
-    {ServerKind::Vsftpd, "vsftpd", "start-vsftpd.sh", "vsftpd.log",
-     {"/usr/sbin/vsftpd", nullptr, nullptr}, true},
-    {ServerKind::PureFtpd, "pure-ftpd", "start-pure-ftpd.sh", "xfer.log",
-     {"/opt/ftpsrv/pure-ftpd/usr/sbin/pure-ftpd", "/usr/sbin/pure-ftpd", nullptr}, true},
-    {ServerKind::Proftpd, "proftpd", "start-proftpd.sh", "protocol.log",
-     {"/opt/ftpsrv/proftpd-core/usr/sbin/proftpd", "/usr/sbin/proftpd", nullptr}, true},
-    {ServerKind::FaultFtpd, "pyftpd", "start-pyftpd.sh", "pyftpd.log",
-     {"/usr/lib/python3/dist-packages/pyftpdlib/__init__.py", nullptr, nullptr}, true},
-    {ServerKind::Nginx, "nginx", "start-nginx.sh", "access.log",
-     {"/usr/sbin/nginx", nullptr, nullptr}, false},
-    {ServerKind::Tinyproxy, "tinyproxy", "start-tinyproxy.sh", "tinyproxy.log",
-     {"/usr/bin/tinyproxy", "/usr/sbin/tinyproxy", nullptr}, false},
+    {"vsftpd", "start-vsftpd.sh", "vsftpd.log", {"/usr/sbin/vsftpd"}, true},
+    {"pure-ftpd", "start-pure-ftpd.sh", "xfer.log",
+     {"/opt/ftpsrv/pure-ftpd/usr/sbin/pure-ftpd", "/usr/sbin/pure-ftpd"}, true},
+    {"proftpd", "start-proftpd.sh", "protocol.log",
+     {"/opt/ftpsrv/proftpd-core/usr/sbin/proftpd", "/usr/sbin/proftpd"}, true},
+    {"pyftpd", "start-pyftpd.sh", "pyftpd.log",
+     {"/usr/lib/python3/dist-packages/pyftpdlib/__init__.py"}, true},
+    {"nginx", "start-nginx.sh", "access.log", {"/usr/sbin/nginx"}, false},
+    {"tinyproxy", "start-tinyproxy.sh", "tinyproxy.log",
+     {"/usr/bin/tinyproxy", "/usr/sbin/tinyproxy"}, false},
 }};
 
-const KindInfo& Info(ServerKind kind) {
-  for (const auto& info : kKinds) {
-    if (info.kind == kind) return info;
-  }
-  return kKinds.front();
-}
+const KindInfo& Info(ServerKind kind) { return kKinds[static_cast<std::size_t>(kind)]; }
 
 bool Installed(const KindInfo& info) {
   for (const char* program : info.programs) {
@@ -57,6 +49,8 @@ bool Installed(const KindInfo& info) {
   }
   return false;
 }
+
+fs::path FixturesDir() { return fs::path(QUORVI_SOURCE_DIR) / "tests" / "fixtures"; }
 
 bool KeepFolders() { return std::getenv("QUORVI_KEEP_FIXTURES") != nullptr; }
 
@@ -89,17 +83,14 @@ std::uint16_t FreeLoopbackPort() {
 
 const char* KindName(ServerKind kind) { return Info(kind).name; }
 
-fs::path FixturesDir() { return fs::path(QUORVI_SOURCE_DIR) / "tests" / "fixtures"; }
-
 bool RunningUnderCi() {
   const char* ci = std::getenv("CI");
   return ci != nullptr && std::string(ci) == "true";
 }
 
-TestServer::TestServer(ServerKind kind, fs::path base, std::uint16_t port, pid_t pid,
-                       milliseconds startup)
+TestServer::TestServer(ServerKind kind, fs::path base, std::uint16_t port, pid_t pid)
     : kind_(kind), base_(std::move(base)), root_(base_ / "root"), state_(base_ / "state"),
-      port_(port), pid_(pid), startup_(startup) {}
+      port_(port), pid_(pid) {}
 
 TestServer::~TestServer() {
   RunScript({(FixturesDir() / "stop.sh").string(), std::to_string(pid_)}, {}, milliseconds(8000));
@@ -152,14 +143,11 @@ StartOutcome StartServer(const ServerSetup& setup) {
     std::vector<std::string> argv = {(FixturesDir() / info.script).string(), first.string(),
                                      std::to_string(port)};
     argv.insert(argv.end(), setup.args.begin(), setup.args.end());
-    auto env = setup.env;
-    env.emplace_back("STATE_DIR", (base / "state").string());
-    const auto started = std::chrono::steady_clock::now();
-    const ScriptResult run = RunScript(argv, env, milliseconds(15000));
-    const auto took = std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - started);
+    const ScriptResult run =
+        RunScript(argv, {{"STATE_DIR", (base / "state").string()}}, milliseconds(15000));
     const long pid = run.exit_code == 0 ? std::strtol(run.out.c_str(), nullptr, 10) : 0;
     if (pid > 0) {
-      outcome.server = std::make_unique<TestServer>(setup.kind, base, port, static_cast<pid_t>(pid), took);
+      outcome.server = std::make_unique<TestServer>(setup.kind, base, port, static_cast<pid_t>(pid));
       outcome.problem.clear();
       return outcome;
     }

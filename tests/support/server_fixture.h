@@ -10,7 +10,6 @@
 
 #include <sys/types.h>
 
-#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -28,7 +27,7 @@ enum class ServerKind {
   Proftpd,    ///< ProFTPD 1.3: MLSD, SIZE refused in TYPE A
   FaultFtpd,  ///< pyftpdlib with scripted faults (args: --fault NAME, --reply CMD=TEXT, ...)
   Nginx,      ///< HTTP/1.1 server over the root (Range, 206/416/404)
-  Tinyproxy,  ///< HTTP proxy (GET and CONNECT); env PROXY_AUTH=user:pass adds Basic auth
+  Tinyproxy,  ///< HTTP proxy (GET and CONNECT)
 };
 
 /// Display name of a kind ("vsftpd", "pure-ftpd", ...).
@@ -36,26 +35,21 @@ const char* KindName(ServerKind kind);
 
 /// What to start.
 struct ServerSetup {
-  ServerSetup(ServerKind k, std::vector<std::string> a = {},
-             std::vector<std::pair<std::string, std::string>> e = {})
-      : kind(k), args(std::move(a)), env(std::move(e)) {}
+  ServerSetup(ServerKind k, std::vector<std::string> a = {}) : kind(k), args(std::move(a)) {}
 
   ServerKind kind;
-  std::vector<std::string> args;                            ///< extra script arguments
-  std::vector<std::pair<std::string, std::string>> env;     ///< extra environment variables
+  std::vector<std::string> args;  ///< extra script arguments
 };
 
 /// One running server. The destructor stops it by PID and removes its temporary folder
 /// (kept when QUORVI_KEEP_FIXTURES is set, for post-mortems).
 class TestServer {
  public:
-  TestServer(ServerKind kind, std::filesystem::path base, std::uint16_t port, pid_t pid,
-             std::chrono::milliseconds startup);
+  TestServer(ServerKind kind, std::filesystem::path base, std::uint16_t port, pid_t pid);
   ~TestServer();
   TestServer(const TestServer&) = delete;
   TestServer& operator=(const TestServer&) = delete;
 
-  ServerKind kind() const { return kind_; }
   std::string host() const { return "127.0.0.1"; }
   std::uint16_t port() const { return port_; }
   /// Login of the FTP servers ("ftptest"/"ftptest"); anonymous works too. Empty for HTTP kinds.
@@ -67,9 +61,6 @@ class TestServer {
   const std::filesystem::path& state_dir() const { return state_; }
   /// The log that shows the protocol or the requests (vsftpd.log, protocol.log, access.log, ...).
   std::filesystem::path log_path() const;
-  pid_t pid() const { return pid_; }
-  /// How long the start script took until the port accepted connections.
-  std::chrono::milliseconds startup() const { return startup_; }
   /// Writes a file below root(), owned by the user the server writes as.
   std::filesystem::path WriteFile(const std::string& relative, const std::string& content) const;
 
@@ -78,7 +69,6 @@ class TestServer {
   std::filesystem::path base_, root_, state_;
   std::uint16_t port_;
   pid_t pid_;
-  std::chrono::milliseconds startup_;
 };
 
 /// Result of a start attempt.
@@ -93,8 +83,6 @@ StartOutcome StartServer(const ServerSetup& setup);
 
 /// A loopback port nobody listens on right now (the kernel's choice for an ephemeral bind).
 std::uint16_t FreeLoopbackPort();
-/// tests/fixtures of this source tree.
-std::filesystem::path FixturesDir();
 /// True when CI=true: missing servers fail instead of skipping.
 bool RunningUnderCi();
 
@@ -125,7 +113,7 @@ class ServerSuite : public ::testing::Test {
 }  // namespace quorvi::test
 
 /// Declares the suite class `Name` (inside namespace quorvi::test) whose server is
-/// ServerSetup(kind [, {script arguments} [, {environment}]]).
+/// ServerSetup(kind [, {script arguments}]).
 #define QUORVI_SERVER_SUITE(Name, ...)                           \
   class Name : public ServerSuite<Name> {                        \
    public:                                                       \

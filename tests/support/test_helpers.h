@@ -1,5 +1,5 @@
-// Small helpers the integration suites share: a component pointed at a test server, file
-// contents, repeatable test data and text counts.
+// Small helpers the integration suites share: a component pointed at a test server, listing
+// names, file contents, repeatable test data and text counts.
 #pragma once
 
 #include <quorvi/ftp_library.h>
@@ -11,6 +11,7 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "server_fixture.h"
 
@@ -25,6 +26,20 @@ inline std::unique_ptr<FtpLibrary> ClientFor(const TestServer& server, const std
   ftp->UserName(user);
   ftp->PassWord(password.empty() ? server.password() : password);
   return ftp;
+}
+
+/// A component logged in as the test user, in passive or active mode.
+inline std::unique_ptr<FtpLibrary> UserClient(const TestServer& server, bool passive = true) {
+  auto ftp = ClientFor(server, server.user());
+  ftp->PassiveMode(passive);
+  return ftp;
+}
+
+/// Names of a listing in order, a trailing "/" on directories.
+inline std::vector<std::string> Names(const CFtpFiles& files) {
+  std::vector<std::string> names;
+  for (const auto& f : files) names.push_back(f.FileName() + (f.IsDirectory() ? "/" : ""));
+  return names;
 }
 
 /// The whole content of a file ("" when it cannot be read).
@@ -48,10 +63,6 @@ inline std::size_t Count(const std::string& text, const std::string& part) {
   std::size_t n = 0;
   for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++n;
   return n;
-}
-
-inline bool StartsWith(const std::string& text, const std::string& prefix) {
-  return text.rfind(prefix, 0) == 0;
 }
 
 }  // namespace quorvi::test

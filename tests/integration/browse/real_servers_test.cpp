@@ -6,7 +6,7 @@
 #include <chrono>
 #include <filesystem>
 
-#include "browse_support.h"
+#include "test_helpers.h"
 
 namespace quorvi::test {
 namespace {
@@ -90,7 +90,7 @@ void Browses(const TestServer& server, const std::vector<Mode>& modes) {
     SCOPED_TRACE(mode.name);
     const std::string base = std::string("pub/") + mode.name;
     PrepareTree(server, base);
-    auto ftp = BrowserFor(server, mode.passive);
+    auto ftp = UserClient(server, mode.passive);
     ftp->ListDirByMLSD(mode.mlsd);
     ListsAndQueries(*ftp, "/" + base);
     CreatesRemovesAndChanges(*ftp, server, "/" + base);
@@ -119,7 +119,7 @@ TEST_F(PureFtpdBrowse, RemovalGuardStopsALinkLoop) {
   // MLSD lists a symbolic link as a directory: a link to "." is a tree without end.
   server().WriteFile("pub/loop/f.txt", "f");
   fs::create_directory_symlink(".", server().root() / "pub/loop/again");
-  auto ftp = BrowserFor(server());
+  auto ftp = UserClient(server());
   ftp->ListDirByMLSD(true);
   const auto start = std::chrono::steady_clock::now();
   EXPECT_FALSE(ftp->RemoveDirectory("/pub/loop"));
@@ -134,7 +134,7 @@ TEST_F(VsftpdBrowse, EmptyFolderFilePathAndCaseClash) {
   server().WriteFile("pub/solo/only.txt", "1");
   std::filesystem::create_directories(server().root() / "pub/empty");
   std::filesystem::permissions(server().root() / "pub/empty", fs::perms::all);
-  auto ftp = BrowserFor(server());
+  auto ftp = UserClient(server());
   EXPECT_FALSE(ftp->GetFtpDirectoryInfo("/pub/empty"));
   EXPECT_EQ(ftp->ErrorNumber(), 0);
   EXPECT_EQ(ftp->FtpState(), ftpDirectoryInfoRetrieved);
@@ -158,7 +158,7 @@ TEST_F(PureFtpdBrowse, FolderAndFileNamesWithBlanks) {
   server().WriteFile("pub/plain/my file.txt", "mine");
   for (const bool passive : {true, false}) {
     SCOPED_TRACE(passive ? "passive" : "active");
-    auto ftp = BrowserFor(server(), passive);
+    auto ftp = UserClient(server(), passive);
     ftp->CacheListing(false);  // every query lists
     ftp->ListAll(!passive);    // "LIST -al" without a path as well
     ASSERT_TRUE(ftp->SetCurrentDirectory("/pub"));
@@ -179,7 +179,7 @@ TEST_F(PureFtpdBrowse, FolderAndFileNamesWithBlanks) {
       EXPECT_EQ(ftp->CurrentDirectory(), "/pub");
     }
   }
-  auto ftp = BrowserFor(server());
+  auto ftp = UserClient(server());
   EXPECT_TRUE(ftp->RemoveDirectory("/pub/with space")) << ftp->ErrorNumber() << " "
                                                        << ftp->ErrorInfo();
   EXPECT_FALSE(fs::exists(server().root() / "pub/with space"));

@@ -1,7 +1,5 @@
-// The example scripts of examples/scripts/, run by `qftp script` against real servers: a tree
-// download with progress lines, an upload that queues a second file from OnTransfer, and an
-// HTTP download. The connection comes from qftp's options, the paths from the environment,
-// exactly as the scripts' headers tell a user to run them.
+// The example scripts of examples/scripts/, run by `qftp script` against real servers as their
+// headers tell a user to: the connection from qftp's options, the paths from the environment.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -47,9 +45,8 @@ ScriptResult RunExample(const std::string& name, std::vector<std::string> option
   return RunScript(argv, env, std::chrono::seconds(60));
 }
 
-std::vector<std::string> LoginOptions(const TestServer& server) {
-  return {"-H", server.host(), "-P", std::to_string(server.port()), "-u", server.user(),
-          "-p", server.password()};
+std::vector<std::string> LoginOptions(const TestServer& s) {
+  return {"-H", s.host(), "-P", std::to_string(s.port()), "-u", s.user(), "-p", s.password()};
 }
 
 QUORVI_SERVER_SUITE(ScriptOnVsftpd, ServerKind::Vsftpd);

@@ -4,14 +4,39 @@
 
 #include <chrono>
 #include <filesystem>
+#include <functional>
+#include <vector>
 
-#include "session_support.h"
+#include "component/core.h"
+#include "test_helpers.h"
 
 namespace quorvi::test {
 namespace {
 
 namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
+
+// Every FtpState seen in OnStateChange, in order (until the recorder goes away).
+struct StateRecorder {
+  explicit StateRecorder(FtpLibrary& ftp) : ftp_(ftp) {
+    id_ = ftp.OnStateChange().Subscribe([this] { states.push_back(ftp_.FtpState()); });
+  }
+  ~StateRecorder() { ftp_.OnStateChange().Unsubscribe(id_); }
+  StateRecorder(const StateRecorder&) = delete;
+  StateRecorder& operator=(const StateRecorder&) = delete;
+  std::vector<int> states;
+
+ private:
+  FtpLibrary& ftp_;
+  Event::Id id_;
+};
+
+// Pumps the thread's events until done() holds or 5 s pass; returns done().
+bool PumpUntil(FtpLibrary& ftp, const std::function<bool()>& done) {
+  const auto end = Clock::now() + std::chrono::seconds(5);
+  while (!done() && Clock::now() < end) ftp.core().pump().Sleep(10);
+  return done();
+}
 
 void LogsInAndCloses(const TestServer& server, const std::string& user) {
   auto ftp = ClientFor(server, user);
@@ -44,13 +69,13 @@ void LogsInAndCloses(const TestServer& server, const std::string& user) {
 void RawCommands(const TestServer& server) {
   auto ftp = ClientFor(server);
   const std::string syst = ftp->ExeFtpCmd("syst");
-  EXPECT_TRUE(StartsWith(syst, "215 ")) << syst;
-  EXPECT_TRUE(syst.size() >= 2 && syst.substr(syst.size() - 2) == "\r\n");
+  EXPECT_TRUE(syst.starts_with("215 ")) << syst;
+  EXPECT_TRUE(syst.ends_with("\r\n"));
   const std::string feat = ftp->ExeFtpCmd("FEAT");
-  EXPECT_TRUE(StartsWith(feat, "211-")) << feat;
+  EXPECT_TRUE(feat.starts_with("211-")) << feat;
   EXPECT_NE(feat.find("\r\n211 End"), std::string::npos) << feat;
   const std::string unknown = ftp->ExeFtpCmd("XYZZY", "now");
-  EXPECT_TRUE(StartsWith(unknown, "500")) << unknown;
+  EXPECT_TRUE(unknown.starts_with("500")) << unknown;
   EXPECT_EQ(ftp->ErrorNumber(), 0);
   EXPECT_EQ(ftp->MessageType(), FTP_SERVER_BAD_RESPONSE);
 }
@@ -65,7 +90,7 @@ void DeletesAndRenames(const TestServer& server) {
 
   EXPECT_FALSE(ftp->DeleteFile("/pub/new.txt"));
   EXPECT_EQ(ftp->ErrorNumber(), 16550);
-  EXPECT_TRUE(StartsWith(ftp->ErrorInfo(), "550")) << ftp->ErrorInfo();
+  EXPECT_TRUE(ftp->ErrorInfo().starts_with("550")) << ftp->ErrorInfo();
   EXPECT_FALSE(ftp->RenameFile("/pub/missing.txt", "/pub/other.txt"));
   EXPECT_GT(ftp->ErrorNumber(), 16000);
   EXPECT_FALSE(ftp->DeleteFile("  "));
@@ -77,9 +102,8 @@ void DeletesAndRenames(const TestServer& server) {
 void ReconnectsAfterTheServerDropped(const TestServer& server) {
   auto ftp = ClientFor(server);
   ASSERT_TRUE(ftp->Connect());
-  StateRecorder recorder(*ftp);
   // The server closes the connection after answering QUIT; the component is not told.
-  EXPECT_TRUE(StartsWith(ftp->ExeFtpCmd("QUIT"), "221"));
+  EXPECT_TRUE(ftp->ExeFtpCmd("QUIT").starts_with("221"));
   EXPECT_TRUE(PumpUntil(*ftp, [&] { return !ftp->Connected(); }));
   EXPECT_TRUE(PumpUntil(*ftp, [&] { return ftp->FtpState() == ftpClosed; }));
   EXPECT_EQ(ftp->GetCurrentDirectory(), "/") << ftp->ErrorInfo();

@@ -12,29 +12,7 @@
 namespace quorvi::test {
 namespace {
 
-template <typename Suite>
-class FaultSuite : public ServerSuite<Suite> {
- protected:
-  void SetUp() override {
-    ServerSuite<Suite>::SetUp();
-    if (this->IsSkipped() || this->HasFatalFailure()) return;
-    dir_ = ScratchDir(::testing::UnitTest::GetInstance()->current_test_info()->name());
-    ftp_ = ClientOf(this->server());
-  }
-  void TearDown() override { fs::remove_all(dir_); }
-
-  std::size_t LogCount(const std::string& text) const {
-    const std::string log = ReadBytes(this->server().log_path());
-    std::size_t n = 0;
-    for (auto at = log.find(text); at != std::string::npos; at = log.find(text, at + 1)) ++n;
-    return n;
-  }
-
-  fs::path dir_;
-  std::unique_ptr<FtpLibrary> ftp_;
-};
-
-class Stor421Once : public FaultSuite<Stor421Once> {
+class Stor421Once : public TransferSuite<Stor421Once> {
  public:
   static ServerSetup ServerToStart() { return {ServerKind::FaultFtpd, {"--fault", "stor421once"}}; }
 };
@@ -53,7 +31,7 @@ TEST_F(Stor421Once, RetriedAfterTheCountdownAndResumed) {
   ftp_->LocalPath((dir_ / "up.bin").string());
   ftp_->RemotePath("/pub/");
   ASSERT_TRUE(ftp_->UpLoad()) << ftp_->ErrorNumber() << " " << ftp_->ErrorInfo();
-  EXPECT_EQ(ReadBytes(server().root() / "pub" / "up.bin"), content);
+  EXPECT_EQ(ReadAll(server().root() / "pub" / "up.bin"), content);
   // The 421 itself is a bad response too; the countdown follows it, one notice a second.
   std::size_t first = 0;
   while (first < notices.size() && notices[first].find("retransfer") == std::string::npos) ++first;
@@ -70,7 +48,7 @@ TEST_F(Stor421Once, RetriedAfterTheCountdownAndResumed) {
   EXPECT_EQ(LogCount("STOR /pub/up.bin"), 2u);
 }
 
-class StorDenied : public FaultSuite<StorDenied> {
+class StorDenied : public TransferSuite<StorDenied> {
  public:
   static ServerSetup ServerToStart() {
     return {ServerKind::FaultFtpd, {"--reply", "STOR=550 Permission denied."}};
@@ -92,7 +70,7 @@ TEST_F(StorDenied, NotRetried) {
   EXPECT_EQ(LogCount("STOR"), 1u);
 }
 
-class RetrAbort : public FaultSuite<RetrAbort> {
+class RetrAbort : public TransferSuite<RetrAbort> {
  public:
   static ServerSetup ServerToStart() { return {ServerKind::FaultFtpd, {"--fault", "retr_abort"}}; }
 };
@@ -112,10 +90,10 @@ TEST_F(RetrAbort, PartialFileKeptAndResumable) {
   EXPECT_FALSE(ftp_->DownLoad());
   EXPECT_EQ(fs::file_size(dir_ / "r.bin"), 2 * first);
   EXPECT_EQ(LogCount("REST 65536"), 1u);
-  EXPECT_EQ(ReadBytes(dir_ / "r.bin"), content.substr(0, 2 * first));
+  EXPECT_EQ(ReadAll(dir_ / "r.bin"), content.substr(0, 2 * first));
 }
 
-class NoData : public FaultSuite<NoData> {
+class NoData : public TransferSuite<NoData> {
  public:
   static ServerSetup ServerToStart() { return {ServerKind::FaultFtpd, {"--fault", "no_data"}}; }
 };

@@ -19,7 +19,7 @@ class RoundTrip : public ServerSuite<RoundTrip<Kind>> {
     const std::string mode = passive ? "passive" : "active";
     const fs::path base = ScratchDir(std::string(KindName(Kind)) + "-" + mode);
     const int files = MakeTree(base / "src", kLargeFile);
-    auto ftp = ClientOf(this->server(), passive);
+    auto ftp = UserClient(this->server(), passive);
     // With the system's default send buffer the kernel takes about 64 KiB per send and each
     // send-complete notification pauses 10 ms; a larger buffer keeps the 64 MiB file quick.
     ftp->Sndbuf(4 << 20);

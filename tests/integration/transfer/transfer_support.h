@@ -1,44 +1,23 @@
-// Helpers of the transfer suites: a generated local tree, tree comparison and a component
-// pointed at a test server.
+// Helpers of the transfer suites: a generated local tree, tree comparison, scratch folders.
 #pragma once
 
-#include <quorvi/ftp_library.h>
+#include <unistd.h>
 
 #include <chrono>
-#include <cstdint>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <memory>
 #include <string>
 
-#include "server_fixture.h"
+#include "test_helpers.h"
 
 namespace quorvi::test {
 
 namespace fs = std::filesystem;
 
-/// Deterministic content of n bytes (differs per seed).
-inline std::string Pattern(std::size_t n, std::uint32_t seed = 1) {
-  std::string bytes(n, '\0');
-  std::uint32_t x = seed * 2654435761u + 1;
-  for (auto& c : bytes) {
-    x ^= x << 13;
-    x ^= x >> 17;
-    x ^= x << 5;
-    c = static_cast<char>(x);
-  }
-  return bytes;
-}
-
 inline void WriteBytes(const fs::path& path, const std::string& bytes) {
   fs::create_directories(path.parent_path());
   std::ofstream(path, std::ios::binary) << bytes;
-}
-
-inline std::string ReadBytes(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
 /// Nested folders, an empty folder, a zero-byte file, names with spaces and non-ASCII letters
@@ -60,20 +39,9 @@ inline std::map<std::string, std::string> TreeOf(const fs::path& root) {
   std::map<std::string, std::string> tree;
   for (const auto& entry : fs::recursive_directory_iterator(root)) {
     const std::string rel = fs::relative(entry.path(), root).string();
-    tree[rel] = entry.is_directory() ? "/" : ReadBytes(entry.path());
+    tree[rel] = entry.is_directory() ? "/" : ReadAll(entry.path());
   }
   return tree;
-}
-
-/// A component for the server logged in as ftptest.
-inline std::unique_ptr<FtpLibrary> ClientOf(const TestServer& server, bool passive = true) {
-  auto ftp = std::make_unique<FtpLibrary>();
-  ftp->ServerName(server.host());
-  ftp->RemotePort(server.port());
-  ftp->UserName(server.user());
-  ftp->PassWord(server.password());
-  ftp->PassiveMode(passive);
-  return ftp;
 }
 
 /// A fresh local folder below the temporary folder.
@@ -87,11 +55,28 @@ inline fs::path ScratchDir(const std::string& name) {
 
 /// Number of "|"-separated entries of a result list.
 inline int Entries(const std::string& list) {
-  if (list.empty()) return 0;
-  int n = 1;
-  for (char c : list) n += c == '|';
-  return n;
+  return list.empty() ? 0 : 1 + static_cast<int>(Count(list, "|"));
 }
+
+/// A suite with a scratch folder and a component logged in as ftptest for each test.
+template <typename Suite>
+class TransferSuite : public ServerSuite<Suite> {
+ protected:
+  void SetUp() override {
+    ServerSuite<Suite>::SetUp();
+    if (this->IsSkipped() || this->HasFatalFailure()) return;
+    dir_ = ScratchDir(::testing::UnitTest::GetInstance()->current_test_info()->name());
+    ftp_ = UserClient(this->server());
+  }
+  void TearDown() override { fs::remove_all(dir_); }
+
+  std::size_t LogCount(const std::string& text) const {
+    return Count(ReadAll(this->server().log_path()), text);
+  }
+
+  fs::path dir_;
+  std::unique_ptr<FtpLibrary> ftp_;
+};
 
 /// Seconds a call took.
 template <typename F>
