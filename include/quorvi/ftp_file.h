@@ -17,6 +17,10 @@ class CFtpFile {
   /// True for a directory (UNIX "d", DOS "<DIR>", any MLSD type but "file"); links are not.
   bool IsDirectory() const { return is_directory_; }
   void IsDirectory(bool value) { is_directory_ = value; }
+  /// True for a symbolic link (UNIX "l", MLSD "OS.unix=symlink"/"slink"). A link is listed as
+  /// an entry and never entered by the component's recursive operations.
+  bool IsLink() const { return is_link_; }
+  void IsLink(bool value) { is_link_ = value; }
   /// Size in bytes as listed; 0 when unknown. MLSD and DOS listings give 0 for folders, UNIX
   /// listings the folder's own size column (often 4096).
   double FileSize() const { return file_size_; }
@@ -43,6 +47,7 @@ class CFtpFile {
 
  private:
   bool is_directory_ = false;
+  bool is_link_ = false;
   double file_size_ = 0;
   std::string last_write_time_;
   std::string file_name_;

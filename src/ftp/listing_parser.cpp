@@ -20,7 +20,6 @@ using namespace std::string_view_literals;
 constexpr std::array<std::string_view, 12> kMonths = {"jan"sv, "feb"sv, "mar"sv, "apr"sv,
                                                       "may"sv, "jun"sv, "jul"sv, "aug"sv,
                                                       "sep"sv, "oct"sv, "nov"sv, "dec"sv};
-constexpr std::size_t kDateColumnWidth = 12;
 constexpr std::size_t kShortestLine = 10;
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
@@ -114,65 +113,146 @@ std::vector<std::string_view> SplitBlanks(std::string_view text) {
 
 // ---- The three line formats; false means the line could not be parsed ----
 
-bool ParseUnixLine(std::string_view line, std::size_t month, CFtpFile& file, int year) {
+// A blank-separated field of a line and where it starts.
+struct Field {
+  std::string_view text;
+  std::size_t at;
+};
+
+std::vector<Field> LeadingFields(std::string_view line, std::size_t most) {
+  std::vector<Field> fields;
+  std::size_t pos = 0;
+  while (fields.size() < most) {
+    pos = line.find_first_not_of(' ', pos);
+    if (pos == std::string_view::npos) break;
+    const auto blank = std::min(line.find(' ', pos), line.size());
+    fields.push_back({line.substr(pos, blank - pos), pos});
+    pos = blank;
+  }
+  return fields;
+}
+
+int MonthNumber(std::string_view text) {
+  if (text.size() != 3) return 0;
+  const std::string lower = ftp_text::Lower(std::string(text));
+  for (std::size_t i = 0; i < kMonths.size(); ++i)
+    if (kMonths[i] == lower) return static_cast<int>(i) + 1;
+  return 0;
+}
+
+bool IsDayField(std::string_view text) {
+  const auto day = ParseInt(text);
+  return text.size() <= 2 && day && *day >= 1 && *day <= 31;
+}
+
+bool IsClockOrYear(std::string_view text) {
+  if (text.find(':') != std::string_view::npos) return ParseClock(text).has_value();
+  return text.size() == 4 && ParseInt(text).has_value();
+}
+
+// The index of the month field: the first field after permissions, links and owner that is
+// a month name followed by a day and a time or year, with a number (the size) before it.
+// The name may contain anything, dates included, so only the fixed columns are searched.
+std::optional<std::size_t> UnixMonthField(const std::vector<Field>& fields) {
+  constexpr std::size_t kFirst = 3, kLast = 6;  // no group .. group plus "major, minor"
+  for (std::size_t i = kFirst; i <= kLast && i + 2 < fields.size(); ++i) {
+    if (MonthNumber(fields[i].text) != 0 && ParseNumber(fields[i - 1].text) &&
+        IsDayField(fields[i + 1].text) && IsClockOrYear(fields[i + 2].text))
+      return i;
+  }
+  return std::nullopt;
+}
+
+bool LooksLikeUnixLine(std::string_view line) {
+  return !line.empty() && std::string_view("-dlcbps").find(line.front()) != std::string_view::npos &&
+         UnixMonthField(LeadingFields(line, 9)).has_value();
+}
+
+bool ParseUnixLine(std::string_view line, CFtpFile& file, int year) {
+  const auto fields = LeadingFields(line, 9);
+  const auto month = UnixMonthField(fields);
+  if (!month) return false;
   file.IsDirectory(line.front() == 'd');
-  const auto date = GetListDate(line.substr(month, kDateColumnWidth), year);
+  file.IsLink(line.front() == 'l');
+  const Field& last = fields[*month + 2];
+  const std::string column = std::string(fields[*month].text) + " " +
+                             std::string(fields[*month + 1].text) + " " + std::string(last.text);
+  const auto date = GetListDate(column, year);
   if (!date) return false;
   file.LastWriteTime(*date);
 
-  const std::size_t name_start = std::min(month + kDateColumnWidth + 1, line.size());
+  // Exactly one blank separates the date from the name; further blanks belong to the name.
+  const std::size_t name_start = std::min(last.at + last.text.size() + 1, line.size());
   std::string_view name = line.substr(name_start);
   if (line.front() == 'l') {
-    const auto arrow = line.find(" -> ", name_start);
-    if (arrow != std::string_view::npos) name = line.substr(name_start, arrow - name_start);
+    const auto arrow = name.find(" -> ");
+    if (arrow != std::string_view::npos) name = name.substr(0, arrow);
   }
   file.FileName(std::string(name));
 
-  // The size column ends right before the blank that precedes the month.
-  const auto blank = line.rfind(' ', month - 3);
-  const std::size_t size_start = blank == std::string_view::npos ? 0 : blank + 1;
-  const auto size = ParseNumber(line.substr(size_start, month - 1 - size_start));
+  const auto size = ParseNumber(fields[*month - 1].text);
   if (!size) return false;
   file.FileSize(*size);
-
-  // permissions, link count, owner, group and the empty field after the trailing blank.
-  const std::string head = CollapseBlanks(line.substr(0, size_start));
-  const auto fields = SplitBlanks(head);
-  file.Permissions(std::string(fields[0]));
-  if (fields.size() > 2) file.Owner(std::string(fields[2]));
-  if (fields.size() == 5) file.Group(std::string(fields[3]));
+  file.Permissions(std::string(fields[0].text));
+  file.Owner(std::string(fields[2].text));
+  // With a group the size is the fifth field; a device's "major," shifts it by one.
+  const bool device_pair = *month >= 2 && fields[*month - 2].text.ends_with(',');
+  const std::size_t size_index = *month - 1 - (device_pair ? 1 : 0);
+  if (size_index == 4) file.Group(std::string(fields[3].text));
   return true;
 }
 
-// The text between `fact` and the next ";" (trimmed); nothing when either is missing.
-std::optional<std::string_view> FactValue(std::string_view line, std::string_view lower,
+// The value of `fact` ("size=") among "name=value;" facts: from the fact to the next ";",
+// trimmed; nothing when the fact is missing. Facts are matched whole, so "size=" is not found
+// inside "unix.size=".
+std::optional<std::string_view> FactValue(std::string_view facts, std::string_view lower,
                                           std::string_view fact) {
-  const auto at = lower.find(fact);
-  if (at == std::string_view::npos) return std::nullopt;
-  const auto start = at + fact.size();
-  const auto semicolon = line.find(';', start);
-  if (semicolon == std::string_view::npos) return std::nullopt;
-  return TrimView(line.substr(start, semicolon - start));
+  for (std::size_t at = lower.find(fact); at != std::string_view::npos;
+       at = lower.find(fact, at + 1)) {
+    if (at != 0 && lower[at - 1] != ';') continue;
+    const auto start = at + fact.size();
+    const auto semicolon = facts.find(';', start);
+    if (semicolon == std::string_view::npos) return std::nullopt;
+    return TrimView(facts.substr(start, semicolon - start));
+  }
+  return std::nullopt;
 }
 
-// skip is set for the listed folder itself (type=cdir), which gives no entry.
+// The facts end at the first blank; everything after that one blank is the name, which may
+// itself contain ";" or start with blanks.
+std::optional<std::pair<std::string_view, std::string_view>> SplitMlsdLine(std::string_view line) {
+  const auto blank = line.find(' ');
+  if (blank == std::string_view::npos || blank == 0) return std::nullopt;
+  return std::make_pair(line.substr(0, blank), line.substr(blank + 1));
+}
+
+// skip is set for the listed folder and its parent (type=cdir, type=pdir), which give no entry.
 bool ParseMlsdLine(std::string_view line, CFtpFile& file, bool& skip) {
-  const std::string lower = ftp_text::Lower(std::string(line));
-  if (ftp_text::Contains(lower, "type=cdir;")) {
+  const auto parts = SplitMlsdLine(line);
+  if (!parts) return false;
+  const std::string facts = std::string(parts->first) + ";";
+  const std::string lower = ftp_text::Lower(facts);
+  const auto type = FactValue(facts, lower, "type=");
+  if (!type) return false;
+  const std::string kind = ftp_text::Lower(std::string(*type));
+  if (kind == "cdir" || kind == "pdir") {
     skip = true;
     return true;
   }
-  if (ftp_text::Contains(lower, "type=file;")) {
-    if (const auto size_text = FactValue(line, lower, "size=")) {
+  if (kind == "file") {
+    if (const auto size_text = FactValue(facts, lower, "size=")) {
       const auto size = ParseNumber(*size_text);
       if (!size) return false;
       file.FileSize(*size);
     }
+  } else if (ftp_text::Contains(kind, "link")) {
+    // OS.unix=symlink, OS.unix=slink:target: a link is an entry, never a folder to enter.
+    file.IsLink(true);
   } else {
-    file.IsDirectory(true);
+    file.IsDirectory(kind == "dir");
   }
-  file.FileName(std::string(TrimView(line.substr(line.rfind(';') + 1))));
-  if (const auto modify = FactValue(line, lower, "modify=")) {
+  file.FileName(std::string(parts->second));
+  if (const auto modify = FactValue(facts, lower, "modify=")) {
     if (const auto date = GetMLSDFileTime(*modify)) {
       file.LastWriteTime(*date);
     } else {
@@ -207,9 +287,10 @@ bool ParseDosLine(std::string_view line, CFtpFile& file, int year) {
   return true;
 }
 
-// The part of a listed name after its last "/" or "\\".
+// The part of a listed name after its last "/": a name is one path component, so nothing a
+// server lists can point into another folder. A backslash is an ordinary character.
 std::string LastNamePart(const std::string& name) {
-  const auto slash = name.find_last_of("/\\");
+  const auto slash = name.find_last_of('/');
   return slash == std::string::npos ? name : name.substr(slash + 1);
 }
 
@@ -222,17 +303,6 @@ void LogParseFailure(std::string_view text) {
 
 int CurrentYear() {
   return ParseInt(std::string_view(platform::NowGeneralDate()).substr(0, 4)).value_or(2000);
-}
-
-int GetDateStartPosition(std::string_view line) {
-  const std::string lower = ftp_text::Lower(std::string(line));
-  for (const auto month : kMonths) {
-    const std::string probe = " " + std::string(month) + " ";
-    const auto p = lower.find(probe);
-    if (p == std::string::npos || p == 0 || p + 9 >= lower.size()) continue;
-    if (IsDigit(lower[p - 1]) && IsDigit(lower[p + 9])) return static_cast<int>(p) + 2;
-  }
-  return 0;
 }
 
 std::optional<std::string> GetListDate(std::string_view column, int current_year) {
@@ -307,16 +377,14 @@ std::optional<CFtpFiles> GetFileListX(std::string_view text, const ListingContex
       WriteLog("GetFileListX:EXIT[" + std::string(raw) + "]");
       continue;
     }
-    const int position = GetDateStartPosition(raw);
     std::string line(raw);
     std::erase(line, '\r');
     const std::string lower = ftp_text::Lower(line);
 
     CFtpFile file;
     bool parsed = true, skip = false;
-    if (position > 10) {
-      parsed = ParseUnixLine(line, static_cast<std::size_t>(position - 1), file,
-                             context.current_year);
+    if (LooksLikeUnixLine(line)) {
+      parsed = ParseUnixLine(line, file, context.current_year);
     } else if (ftp_text::Contains(lower, "type=") && ftp_text::Contains(lower, "modify=")) {
       parsed = ParseMlsdLine(line, file, skip);
     } else {

@@ -27,11 +27,6 @@ int CurrentYear();
 /// lines).
 std::optional<CFtpFiles> GetFileListX(std::string_view text, const ListingContext& context);
 
-/// 1-based position of the month name of a UNIX date column, 0 when the line has none: the
-/// first " mon " (any case, months in calendar order) with a digit before it and a digit nine
-/// characters after its blank.
-int GetDateStartPosition(std::string_view line);
-
 /// The 12-character UNIX date column ("Jan 15  2009", "Mar  3 10:30") as a date; a column
 /// without a year takes current_year. Nothing when it is not a date.
 std::optional<std::string> GetListDate(std::string_view column, int current_year);

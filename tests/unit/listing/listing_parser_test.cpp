@@ -48,6 +48,7 @@ struct Entry {
   bool directory;
   double size;
   std::string time;  // as LastWriteTime reads
+  bool link = false;
 };
 
 // The tree every sample lists (README was left out: it would collide with readme).
@@ -57,8 +58,8 @@ std::vector<Entry> ExpectedTree(bool mlsd) {
       {"a.txt", false, 5, "2026-11-22 20:15"},
       {"empty.bin", false, 0, "2026-11-22 20:15"},
       {"gr\xC3\xB6\xC3\x9F" "e.txt", false, 2, "2026-11-22 20:15"},
-      // A link is a link in a long listing; MLSD calls it a type other than "file".
-      {"link", mlsd, mlsd ? 0.0 : 5.0, "2026-11-22 20:15"},
+      // A link is never a folder, whatever it points to.
+      {"link", false, mlsd ? 0.0 : 5.0, "2026-11-22 20:15", true},
       {"readme", false, 4, "2026-11-22 20:15"},
       {"sub dir", true, mlsd ? 0.0 : 4096.0, mlsd ? "2009-01-15 10:30" : "2009-01-15 00:00"},
       {"\xC3\x9Cn\xC3\xAF" "code", true, mlsd ? 0.0 : 4096.0, "2026-11-22 20:15"},
@@ -72,6 +73,7 @@ void ExpectTree(const CFtpFiles& files, bool mlsd, const std::string& label) {
     const CFtpFile* f = files.Item(e.name);
     ASSERT_NE(f, nullptr) << label << " " << e.name;
     EXPECT_EQ(f->IsDirectory(), e.directory) << label << " " << e.name;
+    EXPECT_EQ(f->IsLink(), e.link) << label << " " << e.name;
     EXPECT_EQ(f->FileSize(), e.size) << label << " " << e.name;
     EXPECT_EQ(f->LastWriteTime(), e.time) << label << " " << e.name;
     EXPECT_EQ(f->FilePath(), "/tree/" + e.name) << label;
@@ -138,7 +140,7 @@ TEST_F(ListingParser, OddLines) {
   const Case cases[] = {
       {unix_file, 1, readme, "-rw-r--r--", "ftp", "ftp"},
       {"lrwxrwxrwx 1 root root 7 Jan 15  2009 bin -> usr/bin", 1,
-       {"bin", false, 7, "2009-01-15 00:00"}, "lrwxrwxrwx", "root", "root"},
+       {"bin", false, 7, "2009-01-15 00:00", true}, "lrwxrwxrwx", "root", "root"},
       {"-rw-r--r-- 1 ftp 1234 Mar  3 10:30 nogroup.txt", 1,
        {"nogroup.txt", false, 1234, "2026-03-03 10:30"}, "-rw-r--r--", "ftp", ""},
       {"drwxr-xr-x 2 u g 4096 Jan 15  2009 .\ndrwxr-xr-x 2 u g 4096 Jan 15  2009 ..", 0},
@@ -160,6 +162,29 @@ TEST_F(ListingParser, OddLines) {
        {"A.txt", false, 1, "2009-01-15 10:30"}},
       {"-rw-r--r-- 1 ftp ftp 12 Foo 15  2009 x.txt\n" + unix_file, 1, readme},  // no month: dropped
       {"-rw-r--r-- 1 ftp ftp 1 Feb 30  2009 x.txt", -1},  // not a date
+      // Names are found from the fixed columns, whatever they contain.
+      {"-rw-r--r-- 1 ftp ftp 5 Mar  3 10:30 Meeting 5 Jan 10:30.txt", 1,
+       {"Meeting 5 Jan 10:30.txt", false, 5, "2026-03-03 10:30"}},
+      {"-rw-r--r-- 1 ftp ftp 5 Jan 15 2009 one.txt", 1, {"one.txt", false, 5, "2009-01-15 00:00"}},
+      {"-rw-r--r-- 1 ftp ftp 5 Jan 15  2009  lead.txt", 1,
+       {" lead.txt", false, 5, "2009-01-15 00:00"}},
+      {"-rw-r--r-- 1 ftp ftp 5 Jan 15  2009 back\\slash.txt", 1,
+       {"back\\slash.txt", false, 5, "2009-01-15 00:00"}},
+      {"-rw-r--r-- 1 ftp ftp 5 Jan 15  2009 -dash 2009", 1,
+       {"-dash 2009", false, 5, "2009-01-15 00:00"}},
+      {"crw-rw-rw- 1 root root 1, 3 Jan 15  2009 null", 1, {"null", false, 3, "2009-01-15 00:00"},
+       "crw-rw-rw-", "root", "root"},
+      // MLSD: the name is everything after the blank that ends the facts.
+      {"type=file;size=3;modify=20090115103000; semi;colon.txt", 1,
+       {"semi;colon.txt", false, 3, "2009-01-15 10:30"}},
+      {"type=file;size=3;modify=20090115103000;  lead.txt", 1,
+       {" lead.txt", false, 3, "2009-01-15 10:30"}},
+      {"type=OS.unix=symlink;modify=20090115103000; keeplink", 1,
+       {"keeplink", false, 0, "2009-01-15 10:30", true}},
+      {"type=OS.unix=slink:/keep;modify=20090115103000; keeplink", 1,
+       {"keeplink", false, 0, "2009-01-15 10:30", true}},
+      {"type=pdir;modify=20090115103000; ..", 0},
+      {"Type=Dir;Modify=20090115103000; Sub", 1, {"Sub", true, 0, "2009-01-15 10:30"}},
       {" \r\n ", -1},
   };
   for (const auto& c : cases) {
@@ -174,6 +199,7 @@ TEST_F(ListingParser, OddLines) {
     const CFtpFile& f = *files->Item(1);
     EXPECT_EQ(f.FileName(), c.first.name) << c.text;
     EXPECT_EQ(f.IsDirectory(), c.first.directory) << c.text;
+    EXPECT_EQ(f.IsLink(), c.first.link) << c.text;
     EXPECT_EQ(f.FileSize(), c.first.size) << c.text;
     EXPECT_EQ(f.LastWriteTime(), c.first.time) << c.text;
     if (!c.permissions.empty()) {
@@ -184,10 +210,29 @@ TEST_F(ListingParser, OddLines) {
   }
 }
 
+// Garbled lines from a hostile server: never an exception, and a UNIX listing that cannot be
+// read is no listing at all rather than an empty folder.
+TEST_F(ListingParser, GarbledLinesNeverThrow) {
+  const std::string garbled[] = {
+      "-rw-r--r--    1 1001           0 Nov drwxr-xr-x    4 1001 0 4096 Nov 22 20:15 x\n"
+      "-rw-r--r--    1 1001 0 5 Nov 22 20:15 a\ntype=file;modify=20090115103000; b",
+      "-rw-r--r-- 1 u g 5 Jan 1",
+      "-rw-r--r-- 1 u g 5 Jan 1 10:3",
+      "-rw-r--r-- 1 u g 5 Jan 1 1:",
+      "drwxr-xr-x 1 u g 5 Jan 99 2009 x",
+      "type=;modify=; ",
+      "type=file;size=;modify=20090115103000; x",
+      "01-1",
+      "01-15-09  1",
+      "01-15-09  10:30AM",
+  };
+  for (const auto& text : garbled) {
+    for (std::size_t cut = 0; cut <= text.size(); ++cut)
+      EXPECT_NO_THROW(Parse(text.substr(0, cut))) << text.substr(0, cut);
+  }
+}
+
 TEST_F(ListingParser, DateColumnsAndPositions) {
-  EXPECT_EQ(GetDateStartPosition("-rw-r--r-- 1 ftp ftp 1234 Jan 15  2009 a"), 27);
-  EXPECT_EQ(GetDateStartPosition("-rw 1 u g 5 Mar  3 10:30 x jan 2020"), 13);  // not the name
-  EXPECT_EQ(GetDateStartPosition("01-15-09  10:30AM  <DIR>  jan "), 0);
   EXPECT_FALSE(GetListDate("Feb 29  2025", kYear));
   EXPECT_EQ(GetDosDate("02-29-24", "11:59PM", kYear), "2024-02-29 23:59:00");
   EXPECT_FALSE(GetDosDate("02-29-25", "11:59PM", kYear));
