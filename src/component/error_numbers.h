@@ -35,6 +35,7 @@ inline constexpr std::int32_t kConnecting = 16007;
 inline constexpr std::int32_t kReconnectFailed = 16008;
 inline constexpr std::int32_t kUnfinished = 16009;
 inline constexpr std::int32_t kCanceled = 16010;
+inline constexpr std::int32_t kInterrupted = 16011;  ///< the server closed instead of replying
 
 /// A negative FTP reply ended an operation.
 constexpr std::int32_t ReplyError(int reply_code) { return 16000 + reply_code; }

@@ -10,6 +10,7 @@
 #include "component/error_numbers.h"
 #include "component/error_object.h"
 #include "ftp/command_line.h"
+#include "ftp/data_connection.h"
 #include "ftp/reply_parser.h"
 #include "ftp/session.h"
 #include "local/encoding.h"
@@ -96,6 +97,8 @@ bool FtpSession::SendFtpCommand(const std::string& command, const std::string& a
       line_settings.decipher = [](const std::string& text) { return Decipher(text); };
     const CommandLine line = BuildCommandLine(command, argument, line_settings);
 
+    // The component's own changes make any cached listing stale.
+    if (ChangesServerFiles(line.command)) DataConnection::Of(core_).listing.cached.reset();
     core_.SetState(StateForCommand(line.command, core_.rt.operation));
     if (line.sets_last_command) last_command = line.command;
     if (line.command == "LIST") WriteLog("CMD:" + line.line);

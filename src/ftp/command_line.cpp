@@ -8,7 +8,14 @@
 namespace quorvi::detail {
 namespace {
 
-constexpr std::string_view kPathCommands = "CWD,LIST,PWD,DELE,MKD,RETR,RMD,RNFR,STOR";
+// Commands whose argument is a remote path: each gets the login-folder prefix, so that no
+// command of a pair (RNFR/RNTO, SIZE then RETR) names a file in another folder.
+constexpr std::array<std::string_view, 18> kPathCommands{
+    "CWD", "LIST", "NLST", "MLSD", "MLST", "DELE", "MKD",  "XMKD", "RMD",
+    "XRMD", "RETR", "STOR", "STOU", "APPE", "RNFR", "RNTO", "SIZE", "MDTM"};
+// Commands that change the server's files: a cached listing cannot be trusted after them.
+constexpr std::array<std::string_view, 11> kChangingCommands{
+    "DELE", "MKD", "XMKD", "RMD", "XRMD", "STOR", "STOU", "APPE", "RNFR", "RNTO", "SITE"};
 constexpr std::string_view kLineEnd = "\r\n";
 constexpr std::string_view kMaskedPassword = "********";
 
@@ -73,7 +80,13 @@ bool IsMarkerArgument(std::string_view argument) {
 }
 
 bool IsPathCommand(std::string_view upper_command) {
-  return kPathCommands.find(upper_command) != std::string_view::npos;
+  return std::find(kPathCommands.begin(), kPathCommands.end(), upper_command) !=
+         kPathCommands.end();
+}
+
+bool ChangesServerFiles(std::string_view upper_command) {
+  return std::find(kChangingCommands.begin(), kChangingCommands.end(), upper_command) !=
+         kChangingCommands.end();
 }
 
 std::string ToServerPath(std::string_view path, std::string_view path_prefix) {
@@ -90,9 +103,16 @@ std::string ToServerPath(std::string_view path, std::string_view path_prefix) {
 CommandLine BuildCommandLine(std::string_view command, std::string_view argument,
                              const CommandLineSettings& settings) {
   CommandLine out;
+  // "MKD /MixedCase" given as one command: only the command word is upper-cased.
+  std::string rest;
+  if (const auto blank = command.find(' '); blank != std::string_view::npos) {
+    rest = std::string(command.substr(blank + 1));
+    command = command.substr(0, blank);
+  }
   out.command = AsciiUpper(command);
   out.sets_last_command = !IsMarkerArgument(argument);
   out.argument = out.sets_last_command ? std::string(argument) : std::string();
+  if (!rest.empty()) out.argument = out.argument.empty() ? rest : rest + " " + out.argument;
   const bool credential = out.command == "USER" || out.command == "PASS";
   if (!out.argument.empty() && credential && settings.decipher) {
     out.argument = settings.decipher(out.argument);

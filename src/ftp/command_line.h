@@ -19,9 +19,12 @@ inline constexpr std::string_view kKeepLastCommandMarker = "no_change_lastsendco
 /// True for the two marker arguments above (exact match).
 bool IsMarkerArgument(std::string_view argument);
 
-/// True when the command word's argument is a remote path: a plain substring test against
-/// "CWD,LIST,PWD,DELE,MKD,RETR,RMD,RNFR,STOR" (so "RNTO" and "SIZE" are not, "RE" would be).
+/// True when the command word's argument is a remote path (CWD, LIST, MLSD, RETR, STOR, APPE,
+/// RNFR, RNTO, SIZE, MDTM...): such arguments get the login-folder prefix.
 bool IsPathCommand(std::string_view upper_command);
+
+/// True for commands that change files or folders on the server (DELE, STOR, RNTO, SITE...).
+bool ChangesServerFiles(std::string_view upper_command);
 
 /// The path as put on the wire: "/" or "\" alone is "/"; with a path prefix of at least two
 /// characters an absolute path goes below it ("\" become "/", "//" collapse); else unchanged.

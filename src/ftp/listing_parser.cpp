@@ -228,7 +228,9 @@ std::optional<std::pair<std::string_view, std::string_view>> SplitMlsdLine(std::
 
 // skip is set for the listed folder and its parent (type=cdir, type=pdir), which give no entry.
 bool ParseMlsdLine(std::string_view line, CFtpFile& file, bool& skip) {
-  const auto parts = SplitMlsdLine(line);
+  // An MLST reply indents its fact line by one blank; facts themselves never start with one.
+  const auto first = line.find_first_not_of(' ');
+  const auto parts = SplitMlsdLine(first == std::string_view::npos ? line : line.substr(first));
   if (!parts) return false;
   const std::string facts = std::string(parts->first) + ";";
   const std::string lower = ftp_text::Lower(facts);

@@ -219,12 +219,14 @@ std::optional<CFtpFiles> GetRemoteFilesInfo(Core& core, const std::string& path)
   return files;
 }
 
-std::optional<CFtpFile> GetFtpFileInfoFromCache(Core& core, const std::string& name) {
+std::optional<CFtpFile> GetFtpFileInfoFromCache(Core& core, const std::string& path) {
   const auto& cached = DataConnection::Of(core).listing.cached;
-  if (!cached) return std::nullopt;
-  // Entries are keyed by their name (any case), and a name is unique in a listing.
-  const CFtpFile* file = cached->Item(MFile::GetFileName(name));
-  if (file == nullptr || file->IsDirectory()) return std::nullopt;
+  if (!cached || !core.settings.cache_listing) return std::nullopt;
+  // Only an entry of the same folder answers: a name listed elsewhere says nothing here.
+  std::string full = FormatFTPPath(path);
+  if (full.empty() || full[0] != '/') full = FormatFTPPath(core.rt.current_directory + "/" + full);
+  const CFtpFile* file = cached->Item(MFile::GetFileName(full));
+  if (file == nullptr || file->IsDirectory() || file->FilePath() != full) return std::nullopt;
   return *file;
 }
 

@@ -38,8 +38,9 @@ ListingPlan PlanListing(const std::string& requested, const std::string& current
 /// "GetRemoteFilesInfo".
 std::optional<CFtpFiles> GetRemoteFilesInfo(Core& core, const std::string& path);
 
-/// The first file (never a directory) of the cached listing whose name equals the name part
-/// of `name` without regard to case; whatever folder was listed last.
-std::optional<CFtpFile> GetFtpFileInfoFromCache(Core& core, const std::string& name);
+/// The file (never a directory) of the cached listing at exactly `path` (relative paths are
+/// taken from the current directory); nothing when the cache is off, stale (the component
+/// changed something on the server since) or lists another folder.
+std::optional<CFtpFile> GetFtpFileInfoFromCache(Core& core, const std::string& path);
 
 }  // namespace quorvi::detail

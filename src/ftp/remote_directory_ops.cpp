@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <string_view>
+#include <utility>
 
 #include "component/core.h"
 #include "component/error_numbers.h"
@@ -92,6 +93,31 @@ bool EmptyAndRemove(Core& core, const std::string& path) {
   return RunCommand(core, opRemoveDirectory, "RMD", path) || provisional;
 }
 
+// True when the parent's fresh listing holds a folder of exactly this name (not a file, not a
+// link, not another case of it).
+bool FolderIsListed(Core& core, const std::string& path) {
+  const DirectorySplit split = SplitDirectoryName(path);
+  const auto files = GetFtpDirectoryInfo(core, split.parent.empty() ? "/" : split.parent);
+  if (!files) return false;
+  return std::any_of(files->begin(), files->end(), [&](const CFtpFile& file) {
+    return file.IsDirectory() && file.FileName() == split.name;
+  });
+}
+
+// MKD and, when it was refused as "already exists", the proof that the folder is there.
+bool MakeDirectory(Core& core, const std::string& path) {
+  FtpSession& session = FtpSession::Of(core);
+  session.mkd_existing_reply.reset();
+  if (!RunCommand(core, opCreateDirectory, "MKD", path)) return false;
+  if (!session.mkd_existing_reply) return true;
+  const std::string refusal = *std::exchange(session.mkd_existing_reply, std::nullopt);
+  if (FolderIsListed(core, path)) return true;
+  if (core.ErrorNumber() == 0)
+    RecordError("CreateDirectory", errors::ReplyError(550),
+                "Folder not created: [ " + path + " ] (" + refusal + ")");
+  return false;
+}
+
 }  // namespace
 
 DirectorySplit SplitDirectoryName(const std::string& directory_name) {
@@ -179,7 +205,7 @@ bool CreateDirectory(Core& core, const std::string& directory_path, bool recursi
     }
     if (core.ErrorNumber() != 0) return false;
     if (!session.RequireFree("CreateDirectory")) return false;
-    const bool made = RunCommand(core, opCreateDirectory, "MKD", path);
+    const bool made = MakeDirectory(core, path);
     if (made && lists.created_switch) lists.created += ftp_text::Lower(path) + "|";
     WriteLog((made ? "CCDPATH.OK: " : "CCDPATH.ERR: ") + current + "; " + path);
     core.pump().Sleep(core.PacingPause(10));

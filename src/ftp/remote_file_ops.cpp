@@ -72,6 +72,8 @@ std::string ExeFtpCmd(Core& core, const std::string& cmd, const std::string& arg
 
 bool CommandSupported(const std::string& command, const std::string& reply) {
   if (ftp_text::Contains(ftp_text::Lower(reply), "command not understood")) return false;
+  // 500 (unknown command, vsftpd) and 502 (not implemented) both mean "not here".
+  if (ftp_text::StartsWith(reply, "500") || ftp_text::StartsWith(reply, "502")) return false;
   return !(ftp_text::StartsWith(command, "MLST") && ftp_text::StartsWith(reply, "451"));
 }
 

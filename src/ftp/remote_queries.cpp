@@ -101,7 +101,7 @@ std::optional<CFtpFile> GetFtpFileInfo(Core& core, const std::string& file_path)
     if (path.empty()) Fail(errors::kNoRemotePath);
     // Connected first: the login's feature probe may still change the list command.
     if (!FtpSession::Of(core).Connect()) return std::optional<CFtpFile>();
-    // The cache answers by name, whatever folder was listed last.
+    // The cache answers only for an entry of the same folder.
     if (auto cached = GetFtpFileInfoFromCache(core, path); cached && !cached->FileName().empty())
       return cached;
     if (core.rt.list_command == "MLSD") return FileInfoByMlst(core, path);

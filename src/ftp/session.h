@@ -10,6 +10,7 @@
 #include <functional>
 #include <initializer_list>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "component/core.h"
@@ -96,6 +97,9 @@ class FtpSession : private DispatchTarget {
   std::string path_prefix;
   std::string raw_reply;
   std::string rename_target;
+  /// Set when MKD was refused with an "already exists" text: CreateDirectory must then see the
+  /// folder before it reports success (the same texts also come for a missing parent or a file).
+  std::optional<std::string> mkd_existing_reply;
   bool abort_request = false;
   bool reconnecting = false;
   bool server_pure_ftpd = false, server_typsoft = false, server_proftpd = false;

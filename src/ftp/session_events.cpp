@@ -61,7 +61,13 @@ void FtpSession::OnControlConnect() { core_.SetState(ftpConnected); }
 void FtpSession::OnControlClose() {
   // Our own close (after QUIT) completes silently: the host saw no ftpClosed for it.
   if (closed_by_us_) return;
-  if (core_.rt.operation != opNone) core_.EndAsyncMethod();
+  // A command that was waiting for its reply did not happen as far as anyone can tell: the
+  // close must not read as its success. (Transfers judge a close by their own byte counts.)
+  const FtpOperations op = core_.rt.operation;
+  const bool awaiting_reply = op != opNone && op != opQuit && op != opDownload && op != opUpload;
+  if (awaiting_reply && core_.error().Number() == 0)
+    detail::RecordError("OnClose", errors::kInterrupted, GetErrorText(errors::kInterrupted));
+  if (op != opNone) core_.EndAsyncMethod();
   core_.SetState(ftpClosed);
 }
 
@@ -115,8 +121,11 @@ void FtpSession::RegisterHandlers() {
     core_.EndAsyncMethod();
   });
   dispatcher.RegisterHandler("DirectoryExists", [this, &s](const DispatchContext& ctx) {
-    if (!MkdAlreadyExists(ctx.received, s.mkd_info))
+    if (MkdAlreadyExists(ctx.received, s.mkd_info)) {
+      mkd_existing_reply = ctx.reply_line;
+    } else {
       detail::RecordError("istCreateDirectory", 16000 + ctx.code, ctx.reply_line);
+    }
     core_.EndAsyncMethod();
   });
   dispatcher.RegisterHandler("DeleteRefused", [this](const DispatchContext& ctx) {

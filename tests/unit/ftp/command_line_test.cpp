@@ -40,7 +40,18 @@ TEST(CommandLine, BuildsLinesMessagesAndLastCommand) {
   const std::vector<Case> cases = {
       {"noop", "", {}, "NOOP\r\n", "NOOP ", true},
       {"cwd", "\\pub", prefixed, "CWD /home/u/pub\r\n", "CWD /home/u/pub", true},
-      {"SIZE", "/pub/a", prefixed, "SIZE /pub/a\r\n", "SIZE /pub/a", true},  // not a path command
+      // Every command that names a remote path gets the login folder: a rename stays inside it.
+      {"RNFR", "/a", prefixed, "RNFR /home/u/a\r\n", "RNFR /home/u/a", true},
+      {"RNTO", "/b", prefixed, "RNTO /home/u/b\r\n", "RNTO /home/u/b", true},
+      {"SIZE", "/pub/a", prefixed, "SIZE /home/u/pub/a\r\n", "SIZE /home/u/pub/a", true},
+      {"APPE", "/a", prefixed, "APPE /home/u/a\r\n", "APPE /home/u/a", true},
+      {"MDTM", "/a", prefixed, "MDTM /home/u/a\r\n", "MDTM /home/u/a", true},
+      {"MLST", "/a", prefixed, "MLST /home/u/a\r\n", "MLST /home/u/a", true},
+      {"RESTART", "/a", prefixed, "RESTART /a\r\n", "RESTART /a", true},  // not "REST"+"ART"
+      // Only the command word is upper-cased, also when the arguments come with it.
+      {"mkd /MixedCase", "", {}, "MKD /MixedCase\r\n", "MKD /MixedCase", true},
+      {"site help", "", {}, "SITE help\r\n", "SITE help", true},
+      {"site", "chmod 644 A.txt", {}, "SITE chmod 644 A.txt\r\n", "SITE chmod 644 A.txt", true},
       {"LIST", "/x", list_all, "LIST -al /x\r\n", "LIST /x", true},
       {"LIST", "/x", mlsd, "MLSD /x\r\n", "LIST /x", true},
       {"LIST", "", mlsd, "MLSD\r\n", "LIST ", true},

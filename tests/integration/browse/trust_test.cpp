@@ -1,0 +1,121 @@
+// What the browsing and remote operations report must be true on the server afterwards: the
+// listing cache answers only for its own folder and forgets the component's own changes, a
+// refusal read as "already exists" is checked, links are never entered, and a server that
+// closes instead of answering is an error.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+
+#include "test_helpers.h"
+
+namespace quorvi::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+QUORVI_SERVER_SUITE(VsftpdTrust, ServerKind::Vsftpd);
+QUORVI_SERVER_SUITE(PureFtpdTrust, ServerKind::PureFtpd);
+QUORVI_SERVER_SUITE(ProftpdTrust, ServerKind::Proftpd);
+QUORVI_SERVER_SUITE(ClosingServer, ServerKind::FaultFtpd,
+                    {"--close-on", "DELE", "--close-on", "RNFR", "--close-on", "MKD",
+                     "--close-on", "RMD", "--close-on", "SITE"});
+
+TEST_F(VsftpdTrust, CacheAnswersOnlyForItsFolderAndForgetsChanges) {
+  server().WriteFile("pub/a.txt", "123456");
+  server().WriteFile("pub/tree/other.txt", "o");
+  auto ftp = UserClient(server());
+  EXPECT_EQ(ftp->GetFtpFileSize("/pub/a.txt"), 6);
+  // The same name in another folder: the cached /pub listing says nothing about it.
+  EXPECT_EQ(ftp->GetFtpFileSize("/pub/tree/a.txt"), -1);
+  EXPECT_FALSE(ftp->ExistFile("/pub/tree/a.txt"));
+
+  EXPECT_TRUE(ftp->ExistFile("/pub/a.txt"));
+  ASSERT_TRUE(ftp->DeleteFile("/pub/a.txt")) << ftp->ErrorInfo();
+  EXPECT_FALSE(ftp->ExistFile("/pub/a.txt"));
+
+  server().WriteFile("pub/b.txt", "12");
+  EXPECT_TRUE(ftp->ExistFile("/pub/b.txt"));
+  ASSERT_TRUE(ftp->RenameFile("/pub/b.txt", "/pub/c.txt"));
+  EXPECT_FALSE(ftp->ExistFile("/pub/b.txt"));
+  EXPECT_EQ(ftp->GetFtpFileSize("/pub/c.txt"), 2);
+
+  // With the cache turned off, a change made by someone else is seen at once.
+  fs::remove(server().root() / "pub/c.txt");
+  ftp->CacheListing(false);
+  EXPECT_FALSE(ftp->ExistFile("/pub/c.txt"));
+}
+
+TEST_F(VsftpdTrust, CreateDirectoryChecksARefusalReadAsExists) {
+  server().WriteFile("pub/afile", "f");
+  auto ftp = UserClient(server());
+  // vsftpd's "Create directory operation failed." reads as "exists" by the default phrases.
+  EXPECT_FALSE(ftp->CreateDirectory("/pub/none/x", false));
+  EXPECT_NE(ftp->ErrorNumber(), 0);
+  EXPECT_FALSE(fs::exists(server().root() / "pub/none"));
+  EXPECT_FALSE(ftp->CreateDirectory("/pub/afile"));  // a file of that name is no folder
+  EXPECT_TRUE(fs::is_regular_file(server().root() / "pub/afile"));
+  ASSERT_TRUE(ftp->CreateDirectory("/pub/made")) << ftp->ErrorInfo();
+  EXPECT_TRUE(ftp->CreateDirectory("/pub/made")) << ftp->ErrorInfo();  // really exists: fine
+}
+
+TEST_F(VsftpdTrust, MlsdRequestedFromAServerWithoutItFallsBackToList) {
+  server().WriteFile("pub/m/a.txt", "abc");
+  auto ftp = UserClient(server());
+  ftp->ListDirByMLSD(true);
+  const auto files = ftp->GetFtpDirectoryInfo("/pub/m");
+  ASSERT_TRUE(files) << ftp->ErrorNumber() << " " << ftp->ErrorInfo();
+  EXPECT_EQ(Names(*files), (std::vector<std::string>{"a.txt"}));
+}
+
+TEST_F(VsftpdTrust, RawCommandsKeepTheCaseOfTheirArguments) {
+  auto ftp = UserClient(server());
+  ftp->ExeFtpCmd("MKD /pub/MixedCase", "");
+  ftp->ExeFtpCmd("mkd", "/pub/Other Case");
+  EXPECT_TRUE(fs::is_directory(server().root() / "pub/MixedCase"));
+  EXPECT_TRUE(fs::is_directory(server().root() / "pub/Other Case"));
+}
+
+// deep/keeplink -> ../keep: removing deep deletes the link, never what it points to.
+void RemovalLeavesLinkTargets(const TestServer& server) {
+  server.WriteFile("pub/keep/precious.txt", "keep me");
+  server.WriteFile("pub/deep/own.txt", "x");
+  fs::create_directory_symlink("../keep", server.root() / "pub/deep/keeplink");
+  auto ftp = UserClient(server);
+  ftp->ListDirByMLSD(true);
+  EXPECT_TRUE(ftp->RemoveDirectory("/pub/deep")) << ftp->ErrorNumber() << " " << ftp->ErrorInfo();
+  EXPECT_EQ(ReadAll(server.root() / "pub/keep/precious.txt"), "keep me");
+  EXPECT_FALSE(fs::exists(fs::symlink_status(server.root() / "pub/deep")));
+}
+
+TEST_F(PureFtpdTrust, RemovalNeverEntersALink) { RemovalLeavesLinkTargets(server()); }
+TEST_F(ProftpdTrust, RemovalNeverEntersALink) { RemovalLeavesLinkTargets(server()); }
+
+TEST_F(ClosingServer, ACloseInsteadOfAReplyIsAnError) {
+  server().WriteFile("pub/a.txt", "a");
+  fs::create_directories(server().root() / "pub/d");
+  struct Case {
+    const char* name;
+    std::function<bool(FtpLibrary&)> call;
+  };
+  const Case cases[] = {
+      {"DeleteFile", [](FtpLibrary& f) { return f.DeleteFile("/pub/a.txt"); }},
+      {"RenameFile", [](FtpLibrary& f) { return f.RenameFile("/pub/a.txt", "/pub/b.txt"); }},
+      {"CreateDirectory", [](FtpLibrary& f) { return f.CreateDirectory("/pub/n", false); }},
+      {"RemoveDirectory", [](FtpLibrary& f) { return f.RemoveDirectory("/pub/d"); }},
+      {"ExeFtpCmd", [](FtpLibrary& f) { return !f.ExeFtpCmd("SITE", "CHMOD 600 /pub/a.txt").empty() &&
+                                               f.ErrorNumber() == 0; }},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    auto ftp = UserClient(server());
+    EXPECT_FALSE(c.call(*ftp));
+    EXPECT_EQ(ftp->ErrorNumber(), 16011);
+    EXPECT_EQ(ftp->ErrorInfo(), "Connection is interrupted");
+    EXPECT_FALSE(ftp->Busy());
+  }
+  EXPECT_TRUE(fs::exists(server().root() / "pub/a.txt"));
+}
+
+}  // namespace
+}  // namespace quorvi::test
