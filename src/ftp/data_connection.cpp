@@ -36,22 +36,25 @@ UploadStep NextUploadStep(double pending, double sent, double size, std::int32_t
 }
 
 std::optional<std::int32_t> ParsePassivePort(std::string_view reply) {
-  const auto open = reply.find('(');
-  if (open == std::string_view::npos) return std::nullopt;
-  const auto close = reply.find(')', open);
-  if (close == std::string_view::npos) return std::nullopt;
-  std::string_view fields = reply.substr(open + 1, close - open - 1);
+  // The six numbers start at the first digit after the reply code, with or without
+  // parentheses around them (servers differ; RFC 1123 asks clients to scan for them).
+  std::size_t at = reply.size() > 3 ? 3 : reply.size();
+  at = reply.find_first_of("0123456789", at);
+  if (at == std::string_view::npos) return std::nullopt;
+  const auto skip_blanks = [&] {
+    while (at < reply.size() && reply[at] == ' ') ++at;
+  };
   int numbers[6] = {};
   for (int i = 0; i < 6; ++i) {
-    const auto comma = fields.find(',');
-    if ((comma == std::string_view::npos) != (i == 5)) return std::nullopt;
-    const std::string field = ftp_text::Trim(fields.substr(0, comma));
-    const char* last = field.data() + field.size();
-    const auto [end, error] = std::from_chars(field.data(), last, numbers[i]);
-    if (field.empty() || error != std::errc() || end != last ||
-        numbers[i] < 0 || numbers[i] > 255)
-      return std::nullopt;
-    if (comma != std::string_view::npos) fields.remove_prefix(comma + 1);
+    skip_blanks();
+    const auto [end, error] = std::from_chars(reply.data() + at, reply.data() + reply.size(),
+                                              numbers[i]);
+    if (error != std::errc() || numbers[i] < 0 || numbers[i] > 255) return std::nullopt;
+    at = static_cast<std::size_t>(end - reply.data());
+    skip_blanks();
+    const bool comma = at < reply.size() && reply[at] == ',';
+    if (comma != (i < 5)) return std::nullopt;  // exactly six numbers
+    if (comma) ++at;
   }
   const std::int32_t port = numbers[4] * 256 + numbers[5];
   if (port == 0) return std::nullopt;

@@ -19,7 +19,12 @@ TEST(DataConnectionRules, PassivePortFromThe227Reply) {
       {"227 Entering Passive Mode (127,0,0,1,78,52,1)", std::nullopt},
       {"227 Entering Passive Mode (127,0,0,1,7a,52)", std::nullopt},
       {"227 Entering Passive Mode (127,0,0,1,0,0)", std::nullopt},
-      {"227 Entering Passive Mode 127,0,0,1,78,52", std::nullopt},
+      {"227 Entering Passive Mode 127,0,0,1,78,52", 20020},  // no parentheses
+      {"227 Entering Passive Mode 127,0,0,1,78,52.", 20020},
+      {"227 Entering Passive Mode (127,0,0,1,78)", std::nullopt},
+      {"227 Entering Passive Mode", std::nullopt},
+      {"227", std::nullopt},
+      {"227 (1,2,3,4,5,99999999999999999999)", std::nullopt},
   };
   for (const auto& [reply, port] : cases) EXPECT_EQ(ParsePassivePort(reply), port) << reply;
   EXPECT_EQ(PortArgument("10.0.0.5", 20017), "10,0,0,5,78,49");
