@@ -55,12 +55,15 @@ void Core::EndAsyncMethod() {
 void Core::ReportError(const std::string& procedure, std::int32_t number, const std::string& text,
                        bool show) {
   const std::string name = procedure.empty() ? procedure : "FtpLibrary." + procedure;
+  // Without a text, a number of its own takes its text from the tables: the description left
+  // by an earlier, different error would misstate this one.
+  const bool own_number = number != 0 && number != ErrorNumber();
   if (number == 0) {
     number = ErrorNumber();
   } else if (ErrorNumber() == 0) {
     error().Number(number);
   }
-  const std::string message = text.empty() ? ErrorInfo() : text;
+  const std::string message = !text.empty() ? text : own_number ? GetErrorText(number) : ErrorInfo();
   RecordError(name, number, message, show);
   if (settings.raise_error_event && number != errors::kCanceled && !rt.aborting_current) {
     on_error.Raise();
@@ -103,9 +106,12 @@ void ReportCurrentException(Core& core, const char* procedure) noexcept {
       RuntimeErrorScope scope(e.number(), e.text());
       core.ReportError(procedure, e.number(), e.text());
     } catch (const std::exception& e) {
+      // Never a silent success: an unexpected failure gets a number even when none was set.
       WriteLog(std::string(procedure) + ":" + e.what());
-      core.rt.last_error_text = GetMessage(kUnknownErrorMessage);
-      core.ReportError(procedure, 0, core.rt.last_error_text);
+      const std::int32_t number =
+          core.ErrorNumber() != 0 ? core.ErrorNumber() : errors::ReplyError(451);
+      core.ReportError(procedure, number,
+                       "Unexpected error in " + std::string(procedure) + ": " + e.what());
     } catch (...) {
       core.rt.last_error_text = GetMessage(kUnknownErrorMessage);
       core.ReportError(procedure, 0, core.rt.last_error_text);

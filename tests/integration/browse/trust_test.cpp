@@ -91,6 +91,16 @@ void RemovalLeavesLinkTargets(const TestServer& server) {
 TEST_F(PureFtpdTrust, RemovalNeverEntersALink) { RemovalLeavesLinkTargets(server()); }
 TEST_F(ProftpdTrust, RemovalNeverEntersALink) { RemovalLeavesLinkTargets(server()); }
 
+TEST_F(VsftpdTrust, AnErrorRaisedByNumberCarriesItsOwnText) {
+  auto ftp = UserClient(server());
+  EXPECT_FALSE(ftp->DeleteFile("/pub/missing.txt"));
+  EXPECT_EQ(ftp->ErrorNumber(), 16550);
+  EXPECT_FALSE(ftp->DeleteFile(""));
+  EXPECT_EQ(ftp->ErrorNumber(), 20005);
+  EXPECT_EQ(ftp->ErrorInfo().find("550"), std::string::npos) << ftp->ErrorInfo();
+  EXPECT_FALSE(ftp->ErrorInfo().empty());
+}
+
 TEST_F(ClosingServer, ACloseInsteadOfAReplyIsAnError) {
   server().WriteFile("pub/a.txt", "a");
   fs::create_directories(server().root() / "pub/d");
