@@ -215,9 +215,7 @@ bool HttpDownloader::FileSteps(int rename_depth) {
   Progress& progress = core_.transfer.progress;
   if (engine.local_size > 0) {
     if (core_.settings.overwrite) {
-      if (platform::DeleteFile(core_.settings.local_path) != 0) {
-        Fail(errors::kCreateFileFailed, ErrorTextWithPath(errors::kCreateFileFailed, core_.settings.local_path));
-      }
+      // The existing file is replaced only once the server sends a body (OpenBodyFile).
       engine.local_size = 0;
     } else {
       engine.bytes = engine.local_size;
@@ -231,7 +229,6 @@ bool HttpDownloader::FileSteps(int rename_depth) {
   progress.speed_start_tick = progress.last_event_tick = progress.last_data_tick = tick;
 
   core_.BeginAsyncMethod(opDownload);
-  if (!OpenLocalFile(core_)) Fail(core_.ErrorNumber(), core_.ErrorInfo());
   ConnectSocket();
   if (WaitForBody()) LetConnectionClose();
   FtpSession::Of(core_).abort_request = false;
@@ -372,9 +369,13 @@ bool HttpDownloader::Finish() {
   TransferEngine& engine = TransferEngine::Of(core_);
   Progress& progress = core_.transfer.progress;
   if (engine.remote_size > 0 && engine.bytes < engine.remote_size) {
-    // The server closed early; the partial file can be resumed.
+    // The server closed early: a failure, and the part on disk stays for a resume.
     WriteLog("DownHTTP.Short:" + NumberText(engine.bytes) + "/" + NumberText(engine.remote_size) +
              "#" + s.local_path);
+    Fail(errors::ReplyError(426), "Connection closed; transfer aborted: " +
+                                      NumberText(engine.bytes) + " of " +
+                                      NumberText(engine.remote_size) + " bytes received [ " +
+                                      s.local_path + " ]");
   }
   core_.transfer.lists.RecordTransferred(s.local_path, s.remote_path);
   core_.rt.transfer_size = engine.remote_size;

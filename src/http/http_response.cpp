@@ -11,9 +11,11 @@
 #include "ftp/session.h"
 #include "http/http_downloader.h"
 #include "http/http_support.h"
+#include "local/cfile.h"
 #include "local/encoding.h"
 #include "local/formatters.h"
 #include "local/path_rules.h"
+#include "platform/file_system.h"
 #include "transfer/local_file.h"
 #include "transfer/transfer_lists.h"
 
@@ -173,6 +175,16 @@ std::size_t HttpDownloader::ProcessHeader(const std::string& response, std::size
   return header_end + 4;
 }
 
+// The local file is opened (and, with overwrite, replaced) only when the first body byte has
+// arrived: a refused or failed request leaves the local side as it was.
+void HttpDownloader::OpenBodyFile() {
+  const std::string& path = core_.settings.local_path;
+  if (core_.settings.overwrite && CFile::FileExists(path) &&
+      platform::DeleteFile(path) != 0)
+    Fail(errors::kCreateFileFailed, ErrorTextWithPath(errors::kCreateFileFailed, path));
+  if (!OpenLocalFile(core_)) Fail(core_.ErrorNumber(), core_.ErrorInfo());
+}
+
 void HttpDownloader::WriteBody(const char* data, std::size_t n) {
   TransferEngine& engine = TransferEngine::Of(core_);
   if (engine.remote_size <= 0) Fail(errors::kNoFileSize, MHttpSupport::GetHttpErrorText(errors::kNoFileSize));
@@ -180,6 +192,7 @@ void HttpDownloader::WriteBody(const char* data, std::size_t n) {
   const double room = engine.remote_size - engine.bytes;
   if (room <= 0) return;
   n = static_cast<std::size_t>(std::min(static_cast<double>(n), room));
+  if (!engine.file.IsOpen()) OpenBodyFile();
   if (!engine.file.Write(data, n)) {
     Fail(errors::kOpenFileFailed, ErrorTextWithPath(errors::kOpenFileFailed, core_.settings.local_path));
   }

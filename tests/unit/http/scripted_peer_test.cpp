@@ -91,6 +91,7 @@ struct Outcome {
   std::int32_t number = 0;
   std::string info;
   std::string file;  ///< content the local file had ("" when absent)
+  bool exists = false;
 };
 
 class HttpPeerTest : public ::testing::Test {
@@ -115,6 +116,7 @@ class HttpPeerTest : public ::testing::Test {
     ftp.SetHostHook({});  // the hook is the thread's: it must not outlive this component
     out.number = ftp.ErrorNumber();
     out.info = ftp.ErrorInfo();
+    out.exists = fs::exists(dir_ / "f.bin");
     std::ifstream in(dir_ / "f.bin", std::ios::binary);
     out.file.assign(std::istreambuf_iterator<char>(in), {});
     fs::remove(dir_ / "f.bin");  // each download starts without it
@@ -170,7 +172,45 @@ TEST_F(HttpPeerTest, UnusableResponsesFailWithoutWritingTheFile) {
     EXPECT_FALSE(out.ok) << c.name;
     EXPECT_EQ(out.number, c.number) << c.name << ": " << out.info;
     EXPECT_NE(out.info.find(c.info_part), std::string::npos) << c.name << ": " << out.info;
-    EXPECT_EQ(out.file, "") << c.name;
+    EXPECT_FALSE(out.exists) << c.name;  // not even an empty file is left behind
+  }
+}
+
+// A body cut short is a failure whose part stays for a resume; a refused request leaves an
+// existing local file exactly as it was, whatever the replace policy.
+TEST_F(HttpPeerTest, ShortBodiesFailAndRefusalsLeaveTheLocalFile) {
+  struct Case {
+    const char* name;
+    const char* existing;  // nullptr: no local file before
+    std::int16_t replace;  // 1 overwrite, 2 resume
+    std::string response;
+    std::int32_t number;
+    const char* file;  // nullptr: no local file after
+  };
+  const std::string ok = "HTTP/1.1 200 OK\r\n";
+  const Case cases[] = {
+      {"short body", nullptr, 1, ok + "Content-Length: 10\r\n\r\nhello", 16426, "hello"},
+      {"short resumed part", "he", 2,
+       "HTTP/1.1 206 Partial Content\r\nContent-Length: 8\r\nContent-Range: bytes 2-9/10\r\n\r\nllo",
+       16426, "hello"},
+      {"404, no file", nullptr, 1, "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n", 18404,
+       nullptr},
+      {"404 over a file", "keep", 1, "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n",
+       18404, "keep"},
+      {"400 over a file", "keep", 1, "HTTP/1.1 400 Bad Request\r\nContent-Length: 0\r\n\r\n",
+       18400, "keep"},
+      {"overwrite replaces", "old contents", 1, ok + "Content-Length: 3\r\n\r\nnew", 0, "new"},
+  };
+  for (const auto& c : cases) {
+    if (c.existing) std::ofstream(dir_ / "f.bin") << c.existing;
+    ScriptedPeer peer({c.response});
+    const Outcome out = Download(peer, 30, [&](FtpLibrary& ftp) { ftp.ReplaceSetting(c.replace); });
+    EXPECT_EQ(out.ok, c.number == 0) << c.name << ": " << out.info;
+    EXPECT_EQ(out.number, c.number) << c.name << ": " << out.info;
+    EXPECT_EQ(out.exists, c.file != nullptr) << c.name;
+    if (c.file) {
+      EXPECT_EQ(out.file, c.file) << c.name;
+    }
   }
 }
 
