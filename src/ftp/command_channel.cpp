@@ -19,6 +19,10 @@ namespace quorvi::detail {
 
 namespace {
 constexpr int kReconnectPauseMs = 1000;
+// A reply that has not ended after this much text is no reply: the server is broken or hostile.
+constexpr std::size_t kMaxReplyBytes = 1 << 20;
+// Replies handled per data notification; the rest wait for the next one.
+constexpr int kMaxRepliesPerArrival = 64;
 }  // namespace
 
 bool WaitWhile(Core& core, const std::function<bool()>& running, int limit_seconds,
@@ -88,7 +92,9 @@ bool FtpSession::SendFtpCommand(const std::string& command, const std::string& a
     }
 
     reply_buffer.clear();
-    pending_reply_.clear();
+    // Replies still held belong to earlier commands (a keep-alive, an aborted transfer): they
+    // must not answer this one.
+    DrainLateReplies();
     core_.SetState(ftpFreeState, false);
 
     CommandLineSettings line_settings{
@@ -135,26 +141,51 @@ void FtpSession::OnControlDataArrival() {
     m_objControlSocket.GetData(data, vbString);
     if (const auto* s = std::get_if<std::string>(&data)) text = *s;
   }
-  // The buffer keeps the untrimmed text: a reply split right after its code's blank must still
-  // read as "xyz text". The reply as dispatched is everything since the last complete reply, so
-  // a reply that came in pieces is reported and returned whole.
   last_received = TrimReceived(text);
-  reply_buffer += text;
   pending_reply_ += text;
+  if (pending_reply_.size() > kMaxReplyBytes) {
+    pending_reply_.clear();
+    RecordError("OnDataArrival", errors::ReplyError(500),
+                "Reply too long: more than " + std::to_string(kMaxReplyBytes) + " bytes without an end");
+    core_.EndAsyncMethod();
+    return;
+  }
+  // Replies are handled one at a time, in the order they came, even when several arrived in
+  // one piece. A handler may pump and so take further replies itself; the loop then finds them
+  // gone.
+  for (int turn = 0; turn < kMaxRepliesPerArrival && core_.rt.operation != opNone; ++turn) {
+    auto reply = TakeCompleteReply(pending_reply_);
+    if (!reply) return;
+    HandleReply(*reply);
+  }
+}
 
-  const std::uint64_t before = dispatch_count_;
-  ReplyWaitHooks wait{[this] { core_.pump().DoEvents(); }, [this] { return reply_buffer; },
-                      [this] { return m_objControlSocket.State() == sckConnected; }};
-  const int code = GetResponseCode(reply_buffer, wait);
-  // A nested notification (pumped while waiting) may already have handled this reply.
-  if (code == 0 || dispatch_count_ != before) return;
+bool FtpSession::TakeKeepAliveReply(const CompleteReply& reply) {
+  // The reply to a keep-alive comes before that of any later command, but a server that handles
+  // one command at a time answers it only after a running transfer's completion reply.
+  const bool completion = reply.code == 226 || reply.code == 250;
+  if (keep_alive_pending_ == 0 || reply.code < 200 || reply.code >= 300 || completion) return false;
+  --keep_alive_pending_;
+  core_.ReportMessage(ReplyMessageText(TrimReceived(reply.text)), ReplyMessageType(reply.code));
+  return true;
+}
 
+void FtpSession::HandleReply(const CompleteReply& reply) {
+  if (TakeKeepAliveReply(reply)) return;
   ++dispatch_count_;
-  const std::string received = TrimReceived(pending_reply_);
-  pending_reply_.clear();
+  reply_buffer = reply.text;
+  const std::string received = TrimReceived(reply.text);
   if (core_.rt.operation != opCommandTest)
-    core_.ReportMessage(ReplyMessageText(received), ReplyMessageType(code));
-  dispatcher.Dispatch(*this, code, received);
+    core_.ReportMessage(ReplyMessageText(received), ReplyMessageType(reply.code));
+  dispatcher.Dispatch(*this, reply.code, received);
+}
+
+void FtpSession::DrainLateReplies() {
+  while (auto reply = TakeCompleteReply(pending_reply_)) {
+    if (TakeKeepAliveReply(*reply)) continue;
+    WriteLog("Late reply dropped: " + TrimReceived(reply->text));
+  }
+  pending_reply_.clear();
 }
 
 bool FtpSession::SendCommand(const std::string& command, const std::string& argument) {

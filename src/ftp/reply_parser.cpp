@@ -38,6 +38,41 @@ void ForEachCompleteLine(std::string_view text, Fn&& fn) {
 
 }  // namespace
 
+std::optional<CompleteReply> TakeCompleteReply(std::string& pending) {
+  std::int16_t open_code = 0;  // the code of a multi-line reply that has begun
+  std::size_t start = 0;       // where the reply being read begins
+  std::size_t at = 0;
+  for (std::size_t end = pending.find(kLineEnd); end != std::string::npos;
+       end = pending.find(kLineEnd, at)) {
+    const std::size_t next = end + kLineEnd.size();
+    std::string cleaned = pending.substr(at, end - at);
+    std::erase(cleaned, '\0');
+    const std::string_view line = TrimBlanks(cleaned);
+    const bool coded = StartsWithCode(line);
+    const bool final_line = coded && (line.size() == 3 || line[3] != '-');
+    if (open_code == 0) {
+      if (!coded) {
+        start = next;  // not part of any reply
+      } else if (final_line) {
+        CompleteReply reply{CodeOf(line), pending.substr(start, next - start)};
+        pending.erase(0, next);
+        return reply;
+      } else {
+        open_code = CodeOf(line);
+      }
+    } else if (final_line && CodeOf(line) == open_code && !cleaned.starts_with(' ')) {
+      // (Inside a multi-line reply only a line that starts with the code can end it: text
+      // lines may begin with a blank and digits.)
+      CompleteReply reply{open_code, pending.substr(start, next - start)};
+      pending.erase(0, next);
+      return reply;
+    }
+    at = next;
+  }
+  if (open_code == 0 && start > 0) pending.erase(0, start);
+  return std::nullopt;
+}
+
 ReplyScan ScanReply(std::string_view buffer) {
   std::int16_t code = 0;
   bool saw_257 = false;
@@ -62,23 +97,6 @@ ReplyScan ScanReply(std::string_view buffer) {
   });
   if (code == 0 && saw_257) code = 257;
   return {code, code == 0 && continuation_length >= 3};
-}
-
-std::int16_t GetResponseCode(std::string_view buffer, const ReplyWaitHooks& hooks) {
-  if (buffer.size() < 3) return 0;
-  ReplyScan scan = ScanReply(buffer);
-  if (!scan.multiline_open) return scan.code;
-  if (!hooks.pump || !hooks.buffer || !hooks.connected) return 0;
-  const auto deadline = std::chrono::steady_clock::now() + hooks.limit;
-  while (std::chrono::steady_clock::now() < deadline) {
-    hooks.pump();
-    const std::string current = hooks.buffer();
-    if (current.starts_with("220") || current.starts_with("221")) return 220;
-    if (!hooks.connected()) return 0;
-    scan = ScanReply(current);
-    if (!scan.multiline_open) return scan.code;
-  }
-  return 0;  // still open: the next data notification scans again
 }
 
 std::string GetResponseInfo(std::string_view text) {

@@ -1,12 +1,10 @@
 // Reply assembly on the control connection, as pure functions over the reply buffer: where the
 // code of a complete reply is, which line is "the reply line", and what the host is shown.
-// Nothing here touches a socket; the one wait (a multi-line reply that has begun but not ended)
-// reaches the session through ReplyWaitHooks.
+// Nothing here touches a socket or waits.
 #pragma once
 
-#include <chrono>
 #include <cstdint>
-#include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -27,19 +25,17 @@ struct ReplyScan {
 /// present, so a stale PWD/MKD answer never masks the reply to the current command.
 ReplyScan ScanReply(std::string_view buffer);
 
-/// The session's side of the wait for the rest of an open multi-line reply.
-struct ReplyWaitHooks {
-  std::function<void()> pump;               ///< pump host events once (may re-enter assembly)
-  std::function<std::string()> buffer;      ///< the reply buffer as it is now
-  std::function<bool()> connected;          ///< the control socket is still connected
-  std::chrono::milliseconds limit{1000};    ///< give up (answer 0) after this long
+/// One complete reply taken from the front of the received text.
+struct CompleteReply {
+  std::int16_t code = 0;  ///< the code of its final line
+  std::string text;       ///< its lines, each with its CR LF
 };
 
-/// The code of the complete reply held in the buffer, or 0 while it is incomplete. When a
-/// multi-line reply has begun without its final line, pumps events and re-reads the buffer until
-/// the reply completes, a 220/221 reply turns up at the start of the buffer (answer 220), the
-/// connection drops or the limit passes (answer 0: the next data notification scans again).
-std::int16_t GetResponseCode(std::string_view buffer, const ReplyWaitHooks& hooks);
+/// Takes the first complete reply off the front of `pending`: a single line "xyz text", or the
+/// lines from "xyz-" to the final "xyz " line of the same code. Text before it that is no reply
+/// (lines without a code) is dropped with it. Nothing, and `pending` unchanged, while the first
+/// reply has not ended; two replies that came in one piece are taken one at a time, in order.
+std::optional<CompleteReply> TakeCompleteReply(std::string& pending);
 
 /// The reply line: the last CR LF-terminated line longer than 3 characters, cut at its first
 /// zero character and trimmed of blanks (the code is part of it); "" when there is none.

@@ -77,6 +77,7 @@ bool FtpSession::ConnectSteps() {
   last_command.clear();
   reply_buffer.clear();
   pending_reply_.clear();
+  keep_alive_pending_ = 0;
   if (ftp_text::Trim(settings.user_name).empty()) settings.user_name = "anonymous";
 
   // Socket defaults: unset data-connection buffers get their sizes here.

@@ -15,6 +15,7 @@
 
 #include "component/core.h"
 #include "ftp/reply_dispatcher.h"
+#include "ftp/reply_parser.h"
 #include "net/csocket.h"
 #include "net/socket_support.h"
 #include "platform/event_pump.h"
@@ -132,6 +133,13 @@ class FtpSession : private DispatchTarget {
   void OnControlClose();
   void OnControlError();
   void OnControlDataArrival();
+  /// Dispatches one complete reply, unless it answers an outstanding keep-alive.
+  void HandleReply(const CompleteReply& reply);
+  /// Consumes the reply of an outstanding keep-alive; false when the reply is another's.
+  bool TakeKeepAliveReply(const CompleteReply& reply);
+  /// Before a command goes out: replies still held answer earlier commands and are dropped
+  /// (a keep-alive's is counted as such).
+  void DrainLateReplies();
   void CreateTimers();
   void StartTimers();
   void StopTimers();
@@ -147,7 +155,8 @@ class FtpSession : private DispatchTarget {
 
   Core& core_;
   std::shared_ptr<SocketSupport> support_;  ///< keeps the thread's connecting flag
-  std::uint64_t dispatch_count_ = 0;        ///< replies dispatched (detects nested dispatch)
+  std::uint64_t dispatch_count_ = 0;        ///< replies dispatched
+  int keep_alive_pending_ = 0;              ///< keep-alive commands not answered yet
   std::string pending_reply_;               ///< text received since the last complete reply
   bool closed_by_us_ = false;               ///< the control socket's close was ours
   platform::EventPump::TimerId keep_alive_timer_ = 0, timeout_timer_ = 0, on_top_timer_ = 0;

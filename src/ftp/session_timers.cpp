@@ -51,6 +51,7 @@ void FtpSession::KeepAliveTick() {
   if (std::floor(now - core_.rt.last_command_time) <= s.keep_alive_second) return;
   core_.rt.last_command_time = now;
   const bool sent = SendFtpCommand(s.keep_alive_command, std::string(kKeepLastCommandMarker));
+  if (sent) ++keep_alive_pending_;
   WriteLog(sent ? "Keep Conn Success:" : "Keep Conn Failure:");
 }
 

@@ -4,8 +4,12 @@
 // closes instead of answering is an error.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <functional>
+
+#include "component/core.h"
 
 #include "test_helpers.h"
 
@@ -99,6 +103,33 @@ TEST_F(VsftpdTrust, AnErrorRaisedByNumberCarriesItsOwnText) {
   EXPECT_EQ(ftp->ErrorNumber(), 20005);
   EXPECT_EQ(ftp->ErrorInfo().find("550"), std::string::npos) << ftp->ErrorInfo();
   EXPECT_FALSE(ftp->ErrorInfo().empty());
+}
+
+// vsftpd answers a keep-alive sent during a transfer only after the transfer's 226, in the same
+// piece: both replies must be seen, the 226 for the upload and the 200 as the keep-alive's.
+TEST_F(VsftpdTrust, KeepAliveRepliesNeverHideATransferReply) {
+  const std::string content = Pattern(3 * 1024 * 1024, 5);
+  const fs::path local = fs::temp_directory_path() / ("quorvi-ka-" + std::to_string(::getpid()));
+  std::ofstream(local, std::ios::binary) << content;
+  auto ftp = UserClient(server());
+  ftp->core().settings.keep_alive_second = 1;  // below the property's minimum, to stay quick
+  ftp->MaxSpeed(600);                          // KiB/s: about five seconds
+  int logins = 0;
+  ftp->OnServerMessage().Subscribe([&] {
+    if (ftp->MessageInfo().starts_with("USER")) ++logins;
+  });
+  ASSERT_TRUE(ftp->Connect());
+  ftp->LocalPath(local.string());
+  ftp->RemotePath("/pub/");
+  ftp->ReplaceSetting(1);
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_TRUE(ftp->UpLoad()) << ftp->ErrorNumber() << " " << ftp->ErrorInfo();
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(12));
+  EXPECT_EQ(logins, 1);  // no dropped session
+  EXPECT_EQ(ReadAll(server().root() / "pub" / local.filename()), content);
+  // The next command gets its own reply, not a keep-alive's.
+  EXPECT_TRUE(ftp->DeleteFile("/pub/" + local.filename().string())) << ftp->ErrorInfo();
+  fs::remove(local);
 }
 
 TEST_F(ClosingServer, ACloseInsteadOfAReplyIsAnError) {

@@ -98,9 +98,12 @@ TEST(ReportError, WhatTheHostReads) {
     EXPECT_EQ(lib.ErrorInfo(), c.info) << c.number;
   }
   FtpLibrary lib;
+  // An unexpected failure is never a silent success: it has a number and says what happened.
   detail::Guarded(lib.core(), "X", [] { throw std::runtime_error("boom"); });
-  EXPECT_EQ(lib.ErrorInfo(), "Unknown Error");
+  EXPECT_EQ(lib.ErrorNumber(), 16451);
+  EXPECT_EQ(lib.ErrorInfo(), "Unexpected error in X: boom");
   lib.core().ClearLastError();
+  lib.core().error().Clear();
   lib.core().rt.last_error_number = 16008;  // number 0 falls back on the control's own field
   lib.core().ReportError("Connect", 0, "");
   EXPECT_EQ(lib.ErrorNumber(), 16008);

@@ -37,42 +37,50 @@ TEST(ReplyParser, ScanFindsTheCodeOfTheCompleteReply) {
     const ReplyScan scan = ScanReply(c.buffer);
     EXPECT_EQ(scan.code, c.code);
     EXPECT_EQ(scan.multiline_open, c.open);
-    EXPECT_EQ(GetResponseCode(c.buffer, {}), c.code);  // without hooks it never waits
   }
 }
 
-// A multi-line reply left open while GetResponseCode pumps; each pump appends the next arrival.
-TEST(ReplyParser, OpenMultiLineReplyPumpsUntilCompleteGreetingCloseOrLimit) {
+// Replies are taken whole, one at a time and in order, whatever pieces they came in.
+TEST(ReplyParser, CompleteRepliesAreTakenOneAtATimeFromAnySplit) {
   struct Case {
     const char* name;
-    std::string buffer;
-    std::vector<std::string> arrivals;
-    bool connected;
-    int code, pumps;  // pumps -1: as many as fit in a 20 ms limit
+    std::string stream;
+    std::vector<std::pair<int, std::string>> replies;  // code, text
+    std::string left;                                   // what stays pending
   };
   const Case cases[] = {
-      {"completes", "230-Welcome\r\n", {"230-More\r\n", "230 Logged in\r\n"}, true, 230, 2},
-      {"a greeting ends early", "220-Welcome\r\n", {"220-still going\r\n"}, true, 220, 1},
-      {"closed", "230-Welcome\r\n", {}, false, 0, 1},
-      {"never completes", "230-Welcome\r\n", {}, true, 0, -1},
+      {"two replies in one piece", "226 Transfer complete.\r\n200 NOOP ok.\r\n",
+       {{226, "226 Transfer complete.\r\n"}, {200, "200 NOOP ok.\r\n"}}, ""},
+      {"multi-line then single", "230-Welcome\r\n 230 inside\r\n230 In\r\n200 x\r\n",
+       {{230, "230-Welcome\r\n 230 inside\r\n230 In\r\n"}, {200, "200 x\r\n"}}, ""},
+      {"other code inside a multi-line reply", "211-Features:\r\n200 fake\r\n211 End\r\n",
+       {{211, "211-Features:\r\n200 fake\r\n211 End\r\n"}}, ""},
+      {"noise before a reply", "garbage\r\n150 Opening\r\n", {{150, "150 Opening\r\n"}}, ""},
+      {"bare code", "200\r\n", {{200, "200\r\n"}}, ""},
+      {"open multi-line waits", "230-Welcome\r\n", {}, "230-Welcome\r\n"},
+      {"final line without its end waits", "226 Done", {}, "226 Done"},
+      {"reply then a part", "200 a\r\n22", {{200, "200 a\r\n"}}, "22"},
   };
-  for (auto c : cases) {
-    int pumps = 0;
-    ReplyWaitHooks hooks;
-    hooks.pump = [&] {
-      if (pumps < static_cast<int>(c.arrivals.size())) c.buffer += c.arrivals[pumps];
-      ++pumps;
-    };
-    hooks.buffer = [&] { return c.buffer; };
-    hooks.connected = [&] { return c.connected; };
-    hooks.limit = std::chrono::milliseconds(c.pumps < 0 ? 20 : 500);
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(GetResponseCode(c.buffer, hooks), c.code) << c.name;
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(400)) << c.name;
-    if (c.pumps < 0) {
-      EXPECT_GT(pumps, 0);
-    } else {
-      EXPECT_EQ(pumps, c.pumps) << c.name;
+  for (const auto& c : cases) {
+    // Fed whole and fed byte by byte: the same replies, the same rest.
+    for (const bool bytewise : {false, true}) {
+      SCOPED_TRACE(std::string(c.name) + (bytewise ? " (byte by byte)" : ""));
+      std::string pending;
+      std::vector<std::pair<int, std::string>> got;
+      const auto take_all = [&] {
+        while (auto reply = TakeCompleteReply(pending)) got.emplace_back(reply->code, reply->text);
+      };
+      if (bytewise) {
+        for (char ch : c.stream) {
+          pending += ch;
+          take_all();
+        }
+      } else {
+        pending = c.stream;
+        take_all();
+      }
+      EXPECT_EQ(got, c.replies);
+      EXPECT_EQ(pending, c.left);
     }
   }
 }

@@ -62,7 +62,10 @@ TEST(ReplyRules, CommandSupported) {
   } cases[] = {
       {"NOOP", "200 NOOP ok.\r\n", true},
       {"NOOP", "500 'NOOP': command not understood.\r\n", false},
-      {"SITE X", "502 Command not implemented.\r\n", true},  // other refusals count as supported
+      // 500 and 502 mean "not here" (vsftpd's MLST probe); other refusals count as supported.
+      {"SITE X", "502 Command not implemented.\r\n", false},
+      {"MLST", "500 Unknown command.\r\n", false},
+      {"SITE X", "501 Syntax error\r\n", true},
       {"MLST QRTCMDTST.TMP", "451 Requested action aborted\r\n", false},
       {"MLST QRTCMDTST.TMP", "550 No such file\r\n", true},
       {"NOOP", "451 busy\r\n", true},  // 451 only matters for MLST
