@@ -44,11 +44,13 @@ void Core::ReportMessage(const std::string& text, MessageTypes kind) {
 void Core::BeginAsyncMethod(FtpOperations op) {
   error().Clear();
   rt.operation = op;
+  rt.nested_refusal = false;
 }
 
 void Core::EndAsyncMethod() {
   RunHooks(end_operation_hooks);
   rt.operation = opNone;
+  rt.nested_refusal = false;
   SetState(ftpFreeState);
 }
 
@@ -70,6 +72,26 @@ void Core::ReportError(const std::string& procedure, std::int32_t number, const 
   }
   RunHooks(error_cleanup_hooks, rt.operation);
   EndAsyncMethod();
+}
+
+bool Core::RefuseWhileBusy(const std::string& procedure) noexcept {
+  rt.nested_refusal = true;
+  try {
+    WriteLog("FtpLibrary." + procedure + "|" + GetErrorText(errors::kUnfinished) + "(16009)");
+  } catch (...) {
+    // The refusal stands without its log line.
+  }
+  if (settings.raise_error_event && !rt.aborting_current) on_error.Raise();
+  return true;
+}
+
+std::int32_t Core::HostErrorNumber() const {
+  return rt.nested_refusal && rt.host_calls > 0 ? errors::kUnfinished : ErrorNumber();
+}
+
+std::string Core::HostErrorInfo() const {
+  return rt.nested_refusal && rt.host_calls > 0 ? GetErrorText(errors::kUnfinished)
+                                                      : ErrorInfo();
 }
 
 void Core::ClearLastError() {

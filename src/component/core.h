@@ -89,6 +89,11 @@ struct Runtime {
   std::string transfer_state;
   std::int16_t percent = 0;
   double transfer_size = 0;
+  /// A host call made while an operation runs (from one of its event handlers) was refused
+  /// with 16009. The host reads that refusal until the running operation's next step; the
+  /// running operation itself never sees it.
+  bool nested_refusal = false;
+  int host_calls = 0;  ///< host calls of the component's methods under way (nested: above 1)
 };
 
 class Core {
@@ -143,6 +148,13 @@ class Core {
   void ReportMessage(const std::string& text, MessageTypes kind);
   /// Clears the error object and makes op the current operation.
   void BeginAsyncMethod(FtpOperations op);
+  /// True (and the refusal recorded for the host alone, OnError raised when asked) when another
+  /// host call or an operation is running: a call from inside an event must not touch it.
+  bool RefuseWhileBusy(const std::string& procedure) noexcept;
+  /// What the host reads as ErrorNumber/ErrorInfo: a refusal of its nested call while the
+  /// operation runs, otherwise the component's error.
+  std::int32_t HostErrorNumber() const;
+  std::string HostErrorInfo() const;
   /// Ends the current operation: state ftpFreeState and OnStateChange.
   void EndAsyncMethod();
   /// The control's error procedure: records, raises OnError when asked, ends the operation.
@@ -166,6 +178,27 @@ T Guarded(Core& core, const char* procedure, T fallback, Body&& body) noexcept;
 /// Guarded() for members that return nothing.
 template <typename Body>
 void Guarded(Core& core, const char* procedure, Body&& body) noexcept;
+
+/// Counts one host call of a public method for its duration; Refused() tells whether it came
+/// from inside another one (an event handler) and must be refused with 16009.
+class HostCall {
+ public:
+  explicit HostCall(Core& core) noexcept : core_(core), nested_(core.rt.host_calls > 0) {
+    ++core_.rt.host_calls;
+  }
+  ~HostCall() {
+    if (--core_.rt.host_calls == 0) core_.rt.nested_refusal = false;
+  }
+  HostCall(const HostCall&) = delete;
+  HostCall& operator=(const HostCall&) = delete;
+  bool Refused(const std::string& procedure) noexcept {
+    return (nested_ || core_.rt.operation != opNone) && core_.RefuseWhileBusy(procedure);
+  }
+
+ private:
+  Core& core_;
+  bool nested_;
+};
 
 }  // namespace quorvi::detail
 

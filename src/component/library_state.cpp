@@ -51,10 +51,10 @@ void FtpLibrary::EnableLog(bool value) {
   });
 }
 
-std::int32_t FtpLibrary::ErrorNumber() const { return core_->ErrorNumber(); }
+std::int32_t FtpLibrary::ErrorNumber() const { return core_->HostErrorNumber(); }
 
 std::string FtpLibrary::ErrorInfo() const {
-  return detail::Guarded(*core_, "ErrorInfo", std::string(), [&] { return core_->ErrorInfo(); });
+  return detail::Guarded(*core_, "ErrorInfo", std::string(), [&] { return core_->HostErrorInfo(); });
 }
 
 std::string FtpLibrary::Version() const { return detail::kVersion; }

@@ -11,6 +11,8 @@ using detail::FtpSession;
 using detail::Guarded;
 
 bool FtpLibrary::Connect() {
+  detail::HostCall call(*core_);
+  if (call.Refused("Connect")) return false;
   return Guarded(*core_, "Connect", false, [&] { return FtpSession::Of(*core_).Connect(); });
 }
 

@@ -7,6 +7,8 @@
 namespace quorvi {
 
 bool FtpLibrary::DownloadHttpFile() {
+  detail::HostCall call(*core_);
+  if (call.Refused("DownloadHttpFile")) return false;
   return detail::Guarded(*core_, "DownloadHttpFile", false,
                          [&] { return detail::HttpDownloader::Of(*core_).DownloadHttpFile(); });
 }

@@ -10,6 +10,8 @@ namespace quorvi {
 using detail::Guarded;
 
 bool FtpLibrary::DownLoad(bool CreateFolder) {
+  detail::HostCall call(*core_);
+  if (call.Refused("DownLoad")) return false;
   return Guarded(*core_, "DownLoad", false, [&] {
     core_->ClearLastError();
     return detail::DownloadEngine(*core_).DownLoad(CreateFolder);
@@ -17,6 +19,8 @@ bool FtpLibrary::DownLoad(bool CreateFolder) {
 }
 
 bool FtpLibrary::UpLoad(bool CreateFolder) {
+  detail::HostCall call(*core_);
+  if (call.Refused("UpLoad")) return false;
   return Guarded(*core_, "UpLoad", false, [&] {
     core_->ClearLastError();
     return detail::UploadEngine(*core_).UpLoad(CreateFolder);

@@ -132,6 +132,54 @@ TEST_F(VsftpdTrust, KeepAliveRepliesNeverHideATransferReply) {
   fs::remove(local);
 }
 
+// A host call from inside an event of a running operation is refused (16009) and changes
+// nothing of that operation: not its result, not its error afterwards.
+TEST_F(VsftpdTrust, ARefusedNestedCallLeavesTheRunningOperationAlone) {
+  const std::string content = Pattern(3 * 1024 * 1024, 6);
+  const fs::path dir = fs::temp_directory_path() / ("quorvi-nest-" + std::to_string(::getpid()));
+  fs::create_directories(dir);
+  std::ofstream(dir / "up.bin", std::ios::binary) << content;
+  server().WriteFile("pub/keep.txt", "keep");
+  auto ftp = UserClient(server());
+  ftp->ReplaceSetting(1);
+  struct Case {
+    const char* name;
+    std::function<bool(FtpLibrary&)> run;
+  };
+  const Case cases[] = {
+      {"UpLoad", [&](FtpLibrary& f) {
+         f.LocalPath((dir / "up.bin").string());
+         f.RemotePath("/pub/");
+         return f.UpLoad();
+       }},
+      {"DownLoad", [&](FtpLibrary& f) {
+         f.RemotePath("/pub/up.bin");
+         f.LocalPath((dir / "down.bin").string());
+         return f.DownLoad();
+       }},
+      {"GetFtpDirectoryInfo", [](FtpLibrary& f) { return f.GetFtpDirectoryInfo("/pub").has_value(); }},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    int refused = 0, calls = 0;
+    const auto id = ftp->OnStateChange().Subscribe([&] {
+      if (calls >= 2 || !ftp->Busy()) return;
+      ++calls;
+      // Bad arguments are refused before they are looked at; a good call is refused too.
+      const bool ok = calls == 1 ? ftp->DeleteFile("") : ftp->DeleteFile("/pub/keep.txt");
+      if (!ok && ftp->ErrorNumber() == 16009) ++refused;
+    });
+    EXPECT_TRUE(c.run(*ftp)) << ftp->ErrorNumber() << " " << ftp->ErrorInfo();
+    EXPECT_EQ(ftp->ErrorNumber(), 0) << ftp->ErrorInfo();
+    EXPECT_EQ(refused, calls);
+    EXPECT_GT(calls, 0);
+    ftp->OnStateChange().Unsubscribe(id);
+  }
+  EXPECT_EQ(ReadAll(dir / "down.bin"), content);
+  EXPECT_EQ(ReadAll(server().root() / "pub/keep.txt"), "keep");
+  fs::remove_all(dir);
+}
+
 TEST_F(ClosingServer, ACloseInsteadOfAReplyIsAnError) {
   server().WriteFile("pub/a.txt", "a");
   fs::create_directories(server().root() / "pub/d");
