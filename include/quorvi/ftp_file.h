@@ -57,8 +57,8 @@ class CFtpFile {
   std::string group_;
 };
 
-/// An ordered collection of entries with unique keys compared without regard to (ASCII)
-/// case. Positions are 1-based as in the component's interface. Lookups that find nothing
+/// An ordered collection of entries with unique keys compared without regard to case (any
+/// letter, not only ASCII: "Über" and "über" are one key). Positions are 1-based as in the component's interface. Lookups that find nothing
 /// return a null pointer; nothing here throws.
 class CFtpFiles {
  public:

@@ -1,6 +1,7 @@
 #include <quorvi/ftp_file.h>
 
 #include "ftp/ftp_text.h"
+#include "local/case_folding.h"
 
 namespace quorvi {
 
@@ -21,7 +22,7 @@ std::string CFtpFile::LastWriteTime() const {
 }
 
 CFtpFile* CFtpFiles::Add(CFtpFile oFtpFile, const std::string& vKey) {
-  std::string key = detail::ftp_text::Lower(vKey);
+  std::string key = detail::FoldCase(vKey);
   if (index_.count(key) != 0) return nullptr;
   index_.emplace(key, items_.size());
   keys_.push_back(std::move(key));
@@ -39,7 +40,7 @@ const CFtpFile* CFtpFiles::Item(std::int32_t vntIndexKey) const {
 }
 
 CFtpFile* CFtpFiles::Item(const std::string& vntKey) {
-  const auto found = index_.find(detail::ftp_text::Lower(vntKey));
+  const auto found = index_.find(detail::FoldCase(vntKey));
   return found == index_.end() ? nullptr : &items_[found->second];
 }
 
@@ -48,9 +49,9 @@ const CFtpFile* CFtpFiles::Item(const std::string& vntKey) const {
 }
 
 const CFtpFile* CFtpFiles::ItemName(const std::string& vntName) const {
-  const std::string name = detail::ftp_text::Lower(vntName);
+  const std::string name = detail::FoldCase(vntName);
   for (const auto& item : items_)
-    if (detail::ftp_text::Lower(item.FileName()) == name) return &item;
+    if (detail::FoldCase(item.FileName()) == name) return &item;
   return nullptr;
 }
 

@@ -15,6 +15,7 @@
 #include "ftp/remote_queries.h"
 #include "ftp/session.h"
 #include "local/path_rules.h"
+#include "local/case_folding.h"
 
 namespace quorvi::detail {
 
@@ -153,7 +154,7 @@ std::string ParentOfDirectory(const std::string& directory) {
 }
 
 bool CreatedListHolds(const std::string& list, const std::string& path) {
-  return ftp_text::Contains(ftp_text::Lower("|" + list + "|"), "|" + ftp_text::Lower(path) + "|");
+  return ftp_text::Contains(FoldCase("|" + list + "|"), "|" + FoldCase(path) + "|");
 }
 
 bool ExistDirectory(Core& core, const std::string& directory_name) {
@@ -165,9 +166,9 @@ bool ExistDirectory(Core& core, const std::string& directory_name) {
     }
     const auto files = GetFtpDirectoryInfo(core, split.parent);
     if (!files) return false;
-    const std::string wanted = ftp_text::Lower(split.name);
+    const std::string wanted = FoldCase(split.name);
     for (const auto& file : *files) {
-      if (file.IsDirectory() && ftp_text::Lower(file.FileName()) == wanted) {
+      if (file.IsDirectory() && FoldCase(file.FileName()) == wanted) {
         WriteLog("ExistDirectory -- Yes -- " + split.parent + split.name);
         return true;
       }
@@ -195,7 +196,7 @@ bool CreateDirectory(Core& core, const std::string& directory_path, bool recursi
     if (!session.Connect()) return false;
     const std::string& current = core.rt.current_directory;
     if (core.settings.mkd_check_exist && ExistDirectory(core, path)) {
-      if (lists.created_switch) lists.created += ftp_text::Lower(path) + "|";
+      if (lists.created_switch) lists.created += FoldCase(path) + "|";
       WriteLog("CCD.EXIST: " + current + "; " + path);
       return true;
     }
@@ -206,7 +207,7 @@ bool CreateDirectory(Core& core, const std::string& directory_path, bool recursi
     if (core.ErrorNumber() != 0) return false;
     if (!session.RequireFree("CreateDirectory")) return false;
     const bool made = MakeDirectory(core, path);
-    if (made && lists.created_switch) lists.created += ftp_text::Lower(path) + "|";
+    if (made && lists.created_switch) lists.created += FoldCase(path) + "|";
     WriteLog((made ? "CCDPATH.OK: " : "CCDPATH.ERR: ") + current + "; " + path);
     core.pump().Sleep(core.PacingPause(10));
     return made;

@@ -15,6 +15,7 @@
 #include "ftp/session.h"
 #include "local/mfile.h"
 #include "local/path_rules.h"
+#include "local/case_folding.h"
 
 namespace quorvi::detail {
 
@@ -28,7 +29,7 @@ std::string TextWithPath(std::int32_t number, const std::string& path) {
 }
 
 bool SameName(const std::string& a, const std::string& b) {
-  return ftp_text::Lower(MFile::GetFileName(a)) == ftp_text::Lower(MFile::GetFileName(b));
+  return SameNameIgnoringCase(MFile::GetFileName(a), MFile::GetFileName(b));
 }
 
 // A copy of a listed entry as GetFtpFileInfo hands it out: the time as read (no seconds).
@@ -64,7 +65,7 @@ CFtpFiles SortedByName(const CFtpFiles& files) {
   order.reserve(static_cast<std::size_t>(files.Count()));
   for (const auto& file : files) order.push_back(&file);
   std::stable_sort(order.begin(), order.end(), [](const CFtpFile* a, const CFtpFile* b) {
-    return ftp_text::Lower(a->FileName()) < ftp_text::Lower(b->FileName());
+    return FoldCase(a->FileName()) < FoldCase(b->FileName());
   });
   CFtpFiles sorted;
   for (const CFtpFile* file : order) sorted.Add(*file, file->FileName());

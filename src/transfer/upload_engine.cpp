@@ -15,6 +15,7 @@
 #include "platform/file_system.h"
 #include "transfer/replace_dialog.h"
 #include "transfer/replace_policy.h"
+#include "local/case_folding.h"
 
 namespace quorvi::detail {
 
@@ -193,7 +194,7 @@ bool UploadEngine::QueuePass(const std::string& job_remote) {
 
   job_files_.clear();
   for (const auto& path : SplitList(lists.TransferedRemoteFiles()))
-    if (!path.empty()) job_files_.insert(ftp_text::Lower(FormatFTPPath(path)));
+    if (!path.empty()) job_files_.insert(FoldCase(FormatFTPPath(path)));
 
   lists.queue_pass = true;
   settings().remote_path = targets;
@@ -206,7 +207,7 @@ bool UploadEngine::QueuePass(const std::string& job_remote) {
 std::string UploadEngine::AvoidJobFiles(std::string remote) const {
   if (!core_.transfer.lists.queue_pass) return remote;
   remote = FormatFTPPath(remote);
-  for (int round = 0; round < 1000 && job_files_.count(ftp_text::Lower(remote)); ++round)
+  for (int round = 0; round < 1000 && job_files_.count(FoldCase(remote)); ++round)
     remote = HostRenameDestination(remote, core_.settings.rename_rule);
   return remote;
 }

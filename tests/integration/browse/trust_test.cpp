@@ -92,6 +92,13 @@ void RemovalLeavesLinkTargets(const TestServer& server) {
   EXPECT_FALSE(fs::exists(fs::symlink_status(server.root() / "pub/deep")));
 }
 
+TEST_F(VsftpdTrust, FolderNamesMatchWhateverTheCaseOfTheirLetters) {
+  fs::create_directories(server().root() / "pub/Dir \xC3\x9Cmlaut");  // "Dir Ümlaut"
+  auto ftp = UserClient(server());
+  EXPECT_TRUE(ftp->ExistDirectory("/pub/dir \xC3\xBCmlaut")) << ftp->ErrorInfo();  // "dir ümlaut"
+  EXPECT_FALSE(ftp->ExistDirectory("/pub/dir umlaut"));
+}
+
 TEST_F(PureFtpdTrust, RemovalNeverEntersALink) { RemovalLeavesLinkTargets(server()); }
 TEST_F(ProftpdTrust, RemovalNeverEntersALink) { RemovalLeavesLinkTargets(server()); }
 

@@ -281,6 +281,16 @@ TEST(CFtpFiles, KeysIgnoreCaseAndSurviveRemoval) {
   std::vector<std::string> order;
   for (const auto& f : files) order.push_back(f.FileName());
   EXPECT_EQ(order, (std::vector<std::string>{"A.txt", "c.dat", ""}));
+
+  // Any letter's case, not only ASCII; bytes that are not UTF-8 are compared as they are.
+  CFtpFiles names;
+  ASSERT_NE(names.Add({}, "\xC3\x9C" "ber"), nullptr);                  // Über
+  EXPECT_EQ(names.Add({}, "\xC3\xBC" "ber"), nullptr);                  // über
+  EXPECT_NE(names.Item("\xC3\xBC" "BER"), nullptr);
+  ASSERT_NE(names.Add({}, "\xCE\xA3" "IGMA"), nullptr);                 // ΣIGMA
+  EXPECT_NE(names.Item("\xCF\x83" "igma"), nullptr);                    // σigma
+  ASSERT_NE(names.Add({}, "bad\xFF"), nullptr);
+  EXPECT_NE(names.Add({}, "bad\xDF"), nullptr);  // another byte: another name
 }
 
 }  // namespace
