@@ -129,9 +129,8 @@ bool FtpSession::SendFtpCommand(const std::string& command, const std::string& a
 
 void FtpSession::OnControlDataArrival() {
   core_.rt.last_command_time = static_cast<double>(platform::TickCount()) / 1000.0;
-  // While idle the data stays unread: a keep-alive reply is read with the next reply.
-  if (core_.rt.operation == opNone) return;
-
+  // Read while idle too: what comes then (a keep-alive's reply, a reply that came after an
+  // abort or a time-out) is held and dropped before the next command, never taken as its reply.
   SocketValue data;
   std::string text;
   if (core_.settings.utf8) {
@@ -141,7 +140,7 @@ void FtpSession::OnControlDataArrival() {
     m_objControlSocket.GetData(data, vbString);
     if (const auto* s = std::get_if<std::string>(&data)) text = *s;
   }
-  last_received = TrimReceived(text);
+  if (core_.rt.operation != opNone) last_received = TrimReceived(text);
   pending_reply_ += text;
   if (pending_reply_.size() > kMaxReplyBytes) {
     pending_reply_.clear();
