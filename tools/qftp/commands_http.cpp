@@ -79,7 +79,7 @@ bool Http(quorvi::FtpLibrary& ftp, const Options& o) {
   }
 
   const bool terminal = isatty(STDERR_FILENO) != 0;
-  ApplyTransferOptions(ftp, o.transfer, terminal && isatty(STDIN_FILENO) != 0);
+  const auto refusal = ApplyTransferOptions(ftp, o.transfer, terminal && isatty(STDIN_FILENO) != 0);
   if (proxy) {
     ftp.ProxyServer(proxy->host);
     // The property is 16-bit; ports above 32767 travel as their two's-complement twin.
@@ -102,6 +102,10 @@ bool Http(quorvi::FtpLibrary& ftp, const Options& o) {
   if (!ok) {
     std::fprintf(stderr, "qftp: error %d: %s\n", static_cast<int>(ftp.ErrorNumber()),
                  ftp.ErrorInfo().c_str());
+  }
+  if (refusal && !refusal->clashes().empty()) {
+    std::fputs(refusal->Report().c_str(), stderr);
+    return false;
   }
   return ok;
 }

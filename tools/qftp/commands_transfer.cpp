@@ -49,7 +49,7 @@ double TransferredBytes(quorvi::FtpLibrary& ftp) {
 // summary line at the end.
 bool Run(quorvi::FtpLibrary& ftp, const Options& o, bool download) {
   const bool terminal = isatty(STDERR_FILENO) != 0;
-  ApplyTransferOptions(ftp, o.transfer, terminal && isatty(STDIN_FILENO) != 0);
+  const auto refusal = ApplyTransferOptions(ftp, o.transfer, terminal && isatty(STDIN_FILENO) != 0);
   const std::string cwd = std::filesystem::current_path().string();
   const std::string& first = o.args[0];
   const std::string& second = o.args[1];
@@ -66,6 +66,10 @@ bool Run(quorvi::FtpLibrary& ftp, const Options& o, bool download) {
                              CountItems(ftp.AbortedFileList()), TransferredBytes(ftp),
                              ftp.ElapsedTime(), ftp.SpeedAvg())
                      .c_str());
+  }
+  if (refusal && !refusal->clashes().empty()) {
+    std::fputs(refusal->Report().c_str(), stderr);
+    return false;
   }
   return ok;
 }

@@ -41,7 +41,9 @@ void Trace(quorvi::FtpLibrary& ftp) {
 }
 
 int Failure(quorvi::FtpLibrary& ftp) {
-  std::cerr << "qftp: error " << ftp.ErrorNumber() << ": " << ftp.ErrorInfo() << "\n";
+  // Without an error number the command has already said what failed (a name clash).
+  if (ftp.ErrorNumber() != 0)
+    std::cerr << "qftp: error " << ftp.ErrorNumber() << ": " << ftp.ErrorInfo() << "\n";
   return 1;
 }
 

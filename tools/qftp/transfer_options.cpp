@@ -77,10 +77,17 @@ std::optional<std::int16_t> ReplaceCode(const std::string& word) {
   return std::nullopt;
 }
 
-void ApplyTransferOptions(quorvi::FtpLibrary& ftp, const TransferOptions& o, bool interactive) {
-  const std::string replace = o.replace.value_or(interactive ? "ask" : "resume");
-  ftp.ReplaceSetting(ReplaceCode(replace).value_or(2));
-  if (replace == "ask") ftp.SetUserInterface(quorvi::MakeTerminalUserInterface());
+std::shared_ptr<ClashRefusal> ApplyTransferOptions(quorvi::FtpLibrary& ftp,
+                                                   const TransferOptions& o, bool interactive) {
+  const std::string replace = o.replace.value_or("ask");
+  ftp.ReplaceSetting(ReplaceCode(replace).value_or(0));
+  std::shared_ptr<ClashRefusal> refusal;
+  if (replace == "ask" && (interactive || o.replace)) {
+    ftp.SetUserInterface(quorvi::MakeTerminalUserInterface());
+  } else if (replace == "ask") {
+    refusal = std::make_shared<ClashRefusal>();
+    ftp.SetUserInterface(refusal);
+  }
   if (o.rename_rule) ftp.RenameRule(*o.rename_rule);
   if (o.retries) ftp.ReDoTimes(static_cast<std::int16_t>(*o.retries));
   if (o.max_speed_kib) ftp.MaxSpeed(*o.max_speed_kib);
@@ -92,6 +99,7 @@ void ApplyTransferOptions(quorvi::FtpLibrary& ftp, const TransferOptions& o, boo
   ftp.ShowTotalPercent(o.total);
   if (o.status_dir) ftp.TranstatePath(*o.status_dir);
   ftp.TransferMode(o.ascii ? quorvi::FTP_ASCII_MODE : quorvi::FTP_IMAGE_MODE);
+  return refusal;
 }
 
 std::string AbsoluteLocalList(const std::string& list, const std::string& current_folder) {

@@ -4,9 +4,12 @@
 
 #include <quorvi/ftp_library.h>
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "clash_refusal.h"
 
 namespace qftp {
 
@@ -33,9 +36,11 @@ bool ParseTransferOption(TransferOptions& options, const std::string& name,
 /// The component's ReplaceSetting for a --replace word (nothing for an unknown word).
 std::optional<std::int16_t> ReplaceCode(const std::string& word);
 
-/// Applies the options; --replace defaults to ask on an interactive terminal, else resume.
-void ApplyTransferOptions(quorvi::FtpLibrary& ftp, const TransferOptions& options,
-                          bool interactive);
+/// Applies the options. Without --replace a clash is asked on an interactive terminal;
+/// without one it fails that file: the returned refusal (null otherwise) names the files.
+std::shared_ptr<ClashRefusal> ApplyTransferOptions(quorvi::FtpLibrary& ftp,
+                                                   const TransferOptions& options,
+                                                   bool interactive);
 
 /// Each "|" item of a local list made absolute against the current folder.
 std::string AbsoluteLocalList(const std::string& list, const std::string& current_folder);
