@@ -10,6 +10,7 @@
 #include "ftp/ftp_text.h"
 #include "ftp/listing_parser.h"
 #include "ftp/listing_retrieval.h"
+#include "ftp/remote_directory_ops.h"
 #include "ftp/remote_file_ops.h"
 #include "ftp/reply_parser.h"
 #include "ftp/session.h"
@@ -58,6 +59,20 @@ std::optional<CFtpFile> FileInfoByMlst(Core& core, const std::string& path) {
   return Copy(entry);
 }
 
+// Changes into the folder and back. A pattern's folder is not checked (the pattern may simply
+// match nothing).
+bool FolderCanBeEntered(Core& core, const std::string& listed) {
+  if (listed.find_first_of("*?") != std::string::npos) return true;
+  const std::string saved = core.rt.current_directory;
+  if (!SetCurrentDirectory(core, listed)) {
+    core.error().Clear();
+    core.ClearLastError();
+    return false;
+  }
+  SetCurrentDirectory(core, saved.empty() ? "/" : saved);
+  return core.ErrorNumber() == 0;
+}
+
 }  // namespace
 
 CFtpFiles SortedByName(const CFtpFiles& files) {
@@ -81,6 +96,12 @@ std::optional<CFtpFiles> GetFtpDirectoryInfo(Core& core, const std::string& dire
 
     auto files = GetRemoteFilesInfo(core, path);
     if (!files) {
+      // An empty listing is also what servers send for a folder that is not there: only a
+      // folder that can be entered is empty.
+      if (core.ErrorNumber() == 0 && !FolderCanBeEntered(core, FormatFTPPath(directory_path))) {
+        RecordError("GetFtpDirectoryInfo", errors::kRemoteFolderMissing,
+                    TextWithPath(errors::kRemoteFolderMissing, path));
+      }
       if (core.ErrorNumber() == 0) core.SetState(ftpDirectoryInfoRetrieved);
       return std::optional<CFtpFiles>();
     }

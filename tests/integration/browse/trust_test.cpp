@@ -99,6 +99,21 @@ TEST_F(VsftpdTrust, FolderNamesMatchWhateverTheCaseOfTheirLetters) {
   EXPECT_FALSE(ftp->ExistDirectory("/pub/dir umlaut"));
 }
 
+// A missing folder is an error; an empty one is an empty listing without an error.
+void MissingIsNotEmpty(const TestServer& server) {
+  fs::create_directories(server.root() / "pub/empty");
+  fs::permissions(server.root() / "pub/empty", fs::perms::all);
+  auto ftp = UserClient(server);
+  EXPECT_FALSE(ftp->GetFtpDirectoryInfo("/pub/empty"));
+  EXPECT_EQ(ftp->ErrorNumber(), 0) << ftp->ErrorInfo();
+  EXPECT_FALSE(ftp->GetFtpDirectoryInfo("/pub/nope"));
+  EXPECT_EQ(ftp->ErrorNumber(), 20008) << ftp->ErrorInfo();
+  EXPECT_EQ(ftp->CurrentDirectory(), "");  // back where it was
+}
+
+TEST_F(VsftpdTrust, AMissingFolderIsNotAnEmptyOne) { MissingIsNotEmpty(server()); }
+TEST_F(ProftpdTrust, AMissingFolderIsNotAnEmptyOne) { MissingIsNotEmpty(server()); }
+
 TEST_F(PureFtpdTrust, RemovalNeverEntersALink) { RemovalLeavesLinkTargets(server()); }
 TEST_F(ProftpdTrust, RemovalNeverEntersALink) { RemovalLeavesLinkTargets(server()); }
 
