@@ -3,7 +3,9 @@
 #include <quorvi/ftp_library.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <iostream>
+#include <string_view>
 
 #include "commands.h"
 #include "options.h"
@@ -47,6 +49,23 @@ int Failure(quorvi::FtpLibrary& ftp) {
   return 1;
 }
 
+// The password given on the command line is blanked in the process's own argument memory once
+// it has been read, so that ps and /proc/PID/cmdline stop showing it (as curl does). It is
+// visible for the moment before; QFTP_PASSWORD never is.
+void HidePasswordArgument(int argc, char** argv, const std::string& password) {
+  if (password.empty()) return;
+  for (int i = 1; i < argc; ++i) {
+    const std::string_view arg(argv[i]);
+    char* secret = nullptr;
+    if ((arg == "-p" || arg == "--password") && i + 1 < argc) {
+      secret = argv[++i];
+    } else if (arg.starts_with("--password=")) {
+      secret = argv[i] + std::string_view("--password=").size();
+    }
+    if (secret && password == secret) std::memset(secret, '*', std::strlen(secret));
+  }
+}
+
 int Usage(const std::string& message) {
   std::cerr << "qftp: " << message << "\n" << qftp::UsageText();
   return 2;
@@ -62,6 +81,7 @@ int main(int argc, char** argv) {
   } catch (const qftp::UsageError& e) {
     return Usage(e.message);
   }
+  HidePasswordArgument(argc, argv, options.password);
   const qftp::Command* command = qftp::FindCommand(options.command);
   if (!command) return Usage("unknown command " + options.command);
   if (options.args.size() < command->min_args || options.args.size() > command->max_args)
