@@ -69,7 +69,8 @@ std::optional<CompleteReply> TakeCompleteReply(std::string& pending) {
     }
     at = next;
   }
-  if (open_code == 0 && start > 0) pending.erase(0, start);
+  // Lines that belong to no reply go now, whether or not a reply has begun after them.
+  if (start > 0) pending.erase(0, start);
   return std::nullopt;
 }
 

@@ -58,6 +58,7 @@ TEST(ReplyParser, CompleteRepliesAreTakenOneAtATimeFromAnySplit) {
       {"noise before a reply", "garbage\r\n150 Opening\r\n", {{150, "150 Opening\r\n"}}, ""},
       {"bare code", "200\r\n", {{200, "200\r\n"}}, ""},
       {"open multi-line waits", "230-Welcome\r\n", {}, "230-Welcome\r\n"},
+      {"noise before an open reply goes", "2\x14-Hi\r\n915-mne\r\n", {}, "915-mne\r\n"},
       {"final line without its end waits", "226 Done", {}, "226 Done"},
       {"reply then a part", "200 a\r\n22", {{200, "200 a\r\n"}}, "22"},
   };
