@@ -345,9 +345,14 @@ bool DownloadEngine::DecideRemote(bool create_folder, bool& result) {
   Progress& p = core_.transfer.progress;
   if (engine_.remote_size > p.total_file_size) p.total_file_size = engine_.remote_size;
 
+  // Skipping keeps what is at the destination; with nothing there nothing clashes and the file
+  // is downloaded (skipping it would leave it out of the copy).
+  const bool nothing_there = !CFile::FileExists(s.local_path);
   const ReplaceOutcome outcome =
-      ApplyReplaceDecision({s.replace_setting, s.overwrite}, s.local_path, engine_.local_size,
-                           s.rename_rule, rename, "DownLoadOne");
+      nothing_there && s.replace_setting == kReplaceSkipAll
+          ? ReplaceOutcome{}
+          : ApplyReplaceDecision({s.replace_setting, s.overwrite}, s.local_path,
+                                 engine_.local_size, s.rename_rule, rename, "DownLoadOne");
   if (outcome.action == ReplaceAction::kSkip) {
     core_.transfer.lists.RecordSkipped(s.remote_path);
     WriteLog("Download.Skip:#" + s.local_path + "|" + s.remote_path);

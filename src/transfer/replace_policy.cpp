@@ -69,9 +69,6 @@ ReplaceOutcome ApplyReplaceDecision(ReplaceState state, const std::string& desti
       ResetDialogAnswer(state.setting);
       return {ReplaceAction::kSkip, {}};
     case kReplaceSkipAll:
-      // Skipping keeps what is at the destination; where nothing is, nothing clashes and the
-      // file is transferred (skipping it would leave it out of the copy without a trace).
-      if (existing_size <= 0) return {};
       return {ReplaceAction::kSkip, {}};
     default:
       ResetDialogAnswer(state.setting);

@@ -49,9 +49,7 @@ TEST(ReplacePolicy, DecisionTable) {
       {0, 100, ReplaceAction::kProceed, false, 0},  {22, 100, ReplaceAction::kProceed, true, 0},
       {23, 100, ReplaceAction::kProceed, true, 23}, {25, 100, ReplaceAction::kProceed, false, 0},
       {26, 100, ReplaceAction::kProceed, false, 26}, {27, 0, ReplaceAction::kSkip, false, 0},
-      {28, 10, ReplaceAction::kSkip, false, 28},    {4, 0, ReplaceAction::kProceed, false, 4},
-      // Skip keeps what is there; with nothing there nothing clashes and the file goes.
-      {8, 0, ReplaceAction::kProceed, false, 8},    {8, 10, ReplaceAction::kSkip, false, 8},
+      {28, 0, ReplaceAction::kSkip, false, 28},     {4, 0, ReplaceAction::kProceed, false, 4},
       {4, 10, ReplaceAction::kRename, false, 4},    {24, 10, ReplaceAction::kRename, false, 0}};
   for (const Decision& c : cases) {
     std::int16_t setting = c.setting;
