@@ -1,5 +1,7 @@
 #include "transfer/local_file.h"
 
+#include <cerrno>
+#include <cstring>
 #include <functional>
 #include <string_view>
 
@@ -19,6 +21,19 @@ namespace quorvi::detail {
 
 namespace {
 
+// A local file that cannot be opened or written: the error names the system's reason, and a
+// reason that retrying cannot change (no permission, read-only, disk full) ends the file's
+// retries at once.
+void RecordLocalFailure(Core& core, const char* procedure, std::int32_t number, int cause) {
+  const std::string& path = core.settings.local_path;
+  RecordError(procedure, number,
+              ErrorTextWith(number, path) + (cause != 0 ? ": " + std::string(std::strerror(cause)) : ""));
+  static constexpr int kLasting[] = {EACCES, EPERM, EROFS, ENOSPC, EDQUOT, EISDIR, ENOTDIR,
+                                     ENAMETOOLONG, EFBIG};
+  for (int lasting : kLasting)
+    if (cause == lasting && core.engine) core.engine->attempt = core.settings.redo_limit;
+}
+
 // What the data connection asks of a running download or upload.
 class EngineSide : public TransferSide {
  public:
@@ -28,9 +43,9 @@ class EngineSide : public TransferSide {
 
   void DataArrived(std::string_view bytes) override {
     if (bytes.empty()) return;
+    errno = 0;
     if (!engine_.file.Write(bytes.data(), bytes.size())) {
-      RecordError("DataArrived", errors::kOpenFileFailed,
-                  ErrorTextWith(errors::kOpenFileFailed, core_.settings.local_path));
+      RecordLocalFailure(core_, "DataArrived", errors::kOpenFileFailed, errno);
       return;
     }
     core_.transfer.progress.DownloadBlock(static_cast<double>(bytes.size()), engine_.bytes,
@@ -115,18 +130,20 @@ TransferEngine& TransferEngine::Of(Core& core) {
 bool OpenLocalFile(Core& core) {
   TransferEngine& engine = TransferEngine::Of(core);
   const std::string& path = core.settings.local_path;
+  errno = 0;
   if (core.rt.operation == opUpload) {
     if (!engine.file.Open(path, "rb") || !engine.file.Seek(engine.bytes)) {
+      const int cause = errno;
       engine.file.Close();
-      RecordError("OpenLocalFile", errors::kOpenFileFailed, ErrorTextWith(errors::kOpenFileFailed, path));
+      RecordLocalFailure(core, "OpenLocalFile", errors::kOpenFileFailed, cause);
       return false;
     }
     return true;
   }
   const bool exists = CFile::FileExists(path);
   if (!engine.file.Open(path, exists ? "r+b" : "wb")) {
-    const std::int32_t number = exists ? errors::kOpenFileFailed : errors::kCreateFileFailed;
-    RecordError("OpenLocalFile", number, ErrorTextWith(number, path));
+    RecordLocalFailure(core, "OpenLocalFile",
+                       exists ? errors::kOpenFileFailed : errors::kCreateFileFailed, errno);
     return false;
   }
   if (engine.bytes > 0) {

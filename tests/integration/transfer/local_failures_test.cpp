@@ -1,0 +1,80 @@
+// Local failures that retrying cannot mend end the file at once, with the system's reason, and
+// lose nothing: a disk that fills keeps the part written so far for a later resume.
+#include <gtest/gtest.h>
+
+#include <sys/mount.h>
+
+#include <cstdlib>
+
+#include "transfer_support.h"
+
+namespace quorvi::test {
+namespace {
+
+class LocalFailures : public TransferSuite<LocalFailures> {
+ public:
+  static ServerSetup ServerToStart() { return {ServerKind::Vsftpd}; }
+};
+
+// A small file system of its own in the test's folder, unmounted again at the end.
+class SmallDisk {
+ public:
+  SmallDisk(const fs::path& where, const char* options) : where_(where) {
+    fs::create_directories(where_);
+    mounted_ = ::mount("tmpfs", where_.c_str(), "tmpfs", 0, options) == 0;
+  }
+  ~SmallDisk() {
+    if (mounted_) ::umount(where_.c_str());
+  }
+  SmallDisk(const SmallDisk&) = delete;
+  SmallDisk& operator=(const SmallDisk&) = delete;
+  bool mounted() const { return mounted_; }
+
+ private:
+  fs::path where_;
+  bool mounted_ = false;
+};
+
+TEST_F(LocalFailures, AFullDiskFailsAtOnceAndKeepsThePart) {
+  const fs::path disk = dir_ / "small";
+  SmallDisk small(disk, "size=256k");
+  if (!small.mounted()) {
+    if (std::getenv("CI")) FAIL() << "mounting a tmpfs needs root";
+    GTEST_SKIP() << "mounting a tmpfs needs root";
+  }
+  server().WriteFile("pub/big.bin", Pattern(3 * 1024 * 1024, 9));
+  ftp_->RemotePath("/pub/big.bin");
+  ftp_->LocalPath((disk / "big.bin").string());
+  ftp_->ReplaceSetting(2);  // resume: what is there stays
+  bool ok = true;
+  const double seconds = Timed([&] { ok = ftp_->DownLoad(); });
+  EXPECT_FALSE(ok);
+  EXPECT_NE(ftp_->ErrorInfo().find("No space left on device"), std::string::npos)
+      << ftp_->ErrorNumber() << " " << ftp_->ErrorInfo();
+  EXPECT_LT(seconds, 5.0);  // no retries: they cannot make room
+  ASSERT_TRUE(fs::exists(disk / "big.bin"));
+  const std::string part = ReadAll(disk / "big.bin");
+  EXPECT_GT(part.size(), 0u);
+  EXPECT_EQ(part, Pattern(3 * 1024 * 1024, 9).substr(0, part.size()));  // a true prefix
+}
+
+TEST_F(LocalFailures, AReadOnlyTargetFailsAtOnceWithItsReason) {
+  const fs::path disk = dir_ / "readonly";
+  SmallDisk small(disk, "size=64k");
+  if (!small.mounted() || ::mount("tmpfs", disk.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr) != 0) {
+    if (std::getenv("CI")) FAIL() << "mounting a tmpfs needs root";
+    GTEST_SKIP() << "mounting a tmpfs needs root";
+  }
+  server().WriteFile("pub/a.txt", "alpha");
+  ftp_->RemotePath("/pub/a.txt");
+  ftp_->LocalPath((disk / "a.txt").string());
+  bool ok = true;
+  const double seconds = Timed([&] { ok = ftp_->DownLoad(); });
+  EXPECT_FALSE(ok);
+  EXPECT_NE(ftp_->ErrorInfo().find("Read-only file system"), std::string::npos)
+      << ftp_->ErrorNumber() << " " << ftp_->ErrorInfo();
+  EXPECT_LT(seconds, 5.0);
+}
+
+}  // namespace
+}  // namespace quorvi::test
