@@ -56,6 +56,7 @@ void Core::EndAsyncMethod() {
 
 void Core::ReportError(const std::string& procedure, std::int32_t number, const std::string& text,
                        bool show) {
+  ActiveError active(*shared, error_object);
   const std::string name = procedure.empty() ? procedure : "FtpLibrary." + procedure;
   // Without a text, a number of its own takes its text from the tables: the description left
   // by an earlier, different error would misstate this one.

@@ -104,6 +104,8 @@ class Core {
   Core& operator=(const Core&) = delete;
 
   std::shared_ptr<ThreadShared> shared = ThreadShared::Acquire();
+  /// This component's error object (made active while its code runs, see ActiveError).
+  std::shared_ptr<CError> error_object = std::make_shared<CError>(shared->log);
   Settings settings;
   Runtime rt;
   Event on_transfer, on_server_message, on_state_change, on_error;
@@ -133,8 +135,8 @@ class Core {
   std::function<bool()> control_socket_connected;
 
   platform::EventPump& pump() { return *shared->pump; }
-  CError& error() { return shared->error; }
-  const CError& error() const { return shared->error; }
+  CError& error() { return *error_object; }
+  const CError& error() const { return *error_object; }
   MessageTable& messages() { return shared->messages; }
   /// A fixed pacing pause of ms (after a file, after a listing), never longer than the
   /// notification pause: with that set to 0 the component runs unpaced.

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 #include "component/thread_shared.h"
 #include "local/path_rules.h"
@@ -59,7 +60,9 @@ bool FolderExists(const std::string& folder) {
 
 }  // namespace
 
-CError::CError() : log_file_path_(DefaultLogPath()) {}
+LogSettings::LogSettings() : path(DefaultLogPath()) {}
+
+CError::CError(std::shared_ptr<LogSettings> log) : log_(std::move(log)) {}
 
 void CError::Number(std::int32_t value) {
   if (value != 0) number_ = value;
@@ -81,15 +84,15 @@ void CError::DealError() {
     if (number_ == 0 && description_.empty()) return;
   }
   if (description_.empty()) Description(runtime_description_);
-  const std::string path = FormatLocalPath(log_file_path_);
+  const std::string path = FormatLocalPath(log_->path);
   const auto slash = path.rfind('/');
   if (slash == std::string::npos || !FolderExists(path.substr(0, slash + 1))) return;
   WriteFile(source_ + "|" + description_ + "(" + std::to_string(number_) + ")");
 }
 
 bool CError::WriteFile(const std::string& text, bool overwrite) {
-  if (!enable_log_) return false;
-  const std::string path = FormatLocalPath(log_file_path_);
+  if (!log_->enabled) return false;
+  const std::string path = FormatLocalPath(log_->path);
   if (path.empty()) return false;
   try {
     std::error_code ec;
@@ -112,7 +115,7 @@ void CError::Clear() {
 
 void CError::StartLog(const std::string& version) {
   std::error_code ec;
-  const std::string path = FormatLocalPath(log_file_path_);
+  const std::string path = FormatLocalPath(log_->path);
   if (fs::is_regular_file(path, ec) && fs::file_size(path, ec) > kLogTrimSize) {
     fs::remove(path, ec);
   }
@@ -121,15 +124,15 @@ void CError::StartLog(const std::string& version) {
 
 RuntimeErrorScope::RuntimeErrorScope(std::int32_t number, const std::string& description) {
   if (auto* shared = ThreadShared::Current()) {
-    saved_number_ = shared->error.RuntimeNumber();
-    saved_description_ = shared->error.RuntimeDescription();
-    shared->error.SetRuntimeError(number, description);
+    saved_number_ = shared->Error().RuntimeNumber();
+    saved_description_ = shared->Error().RuntimeDescription();
+    shared->Error().SetRuntimeError(number, description);
   }
 }
 
 RuntimeErrorScope::~RuntimeErrorScope() {
   if (auto* shared = ThreadShared::Current()) {
-    shared->error.SetRuntimeError(saved_number_, saved_description_);
+    shared->Error().SetRuntimeError(saved_number_, saved_description_);
   }
 }
 
@@ -139,7 +142,7 @@ std::string RecordError(const std::string& procedure, std::int32_t number, const
                         bool /*show*/) {
   // Normally a component holds the shared objects; otherwise they live for this call only.
   const auto shared = ThreadShared::Acquire();
-  CError& error = shared->error;
+  CError& error = shared->Error();
   const std::string name(TrimBlanks(procedure));
   if (!name.empty()) error.Source(name);
   if (number == 0) number = error.GetErrorNumber();
@@ -155,7 +158,7 @@ std::string RecordError(const std::string& procedure, std::int32_t number, const
 }
 
 bool WriteLog(const std::string& line) {
-  if (auto* shared = ThreadShared::Current()) return shared->error.WriteFile(line);
+  if (auto* shared = ThreadShared::Current()) return shared->Error().WriteFile(line);
   return false;
 }
 

@@ -1,14 +1,24 @@
-// CError: the error object shared by the thread's components, and the log file writer.
+// CError: a component's error object, and the log file writer.
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 namespace quorvi::detail {
 
+/// Where the log goes and whether it is written: one log for the thread's components.
+struct LogSettings {
+  std::string path;
+  bool enabled = false;  ///< off by default: the host switches it on
+  LogSettings();
+};
+
+/// The error a component records. Each component has its own, so one component's failure never
+/// ends or fails another's operation; the thread's components share the log settings.
 class CError {
  public:
-  CError();
+  explicit CError(std::shared_ptr<LogSettings> log = std::make_shared<LogSettings>());
   std::int32_t Number() const { return number_; }
   /// Stores the value unless it is 0 (only Clear resets the number).
   void Number(std::int32_t value);
@@ -17,10 +27,10 @@ class CError {
   void Description(const std::string& value);
   const std::string& Source() const { return source_; }
   void Source(const std::string& value) { source_ = value; }
-  const std::string& LogFilePath() const { return log_file_path_; }
-  void LogFilePath(const std::string& value) { log_file_path_ = value; }
-  bool EnableLog() const { return enable_log_; }
-  void EnableLog(bool value) { enable_log_ = value; }
+  const std::string& LogFilePath() const { return log_->path; }
+  void LogFilePath(const std::string& value) { log_->path = value; }
+  bool EnableLog() const { return log_->enabled; }
+  void EnableLog(bool value) { log_->enabled = value; }
 
   /// The error a handler is dealing with right now (the "run-time error"); see RuntimeErrorScope.
   std::int32_t RuntimeNumber() const { return runtime_number_; }
@@ -49,14 +59,13 @@ class CError {
   std::int32_t number_ = 0;
   std::string description_;
   std::string source_;
-  std::string log_file_path_;
-  bool enable_log_ = false;  ///< off by default: the host switches it on
+  std::shared_ptr<LogSettings> log_;
   std::int32_t runtime_number_ = 0;
   std::string runtime_description_;
   std::int32_t last_system_error_ = 0;
 };
 
-/// Makes an error the thread's pending run-time error while a handler deals with it.
+/// Makes an error the pending run-time error of the active component's error object while a handler deals with it.
 class RuntimeErrorScope {
  public:
   RuntimeErrorScope(std::int32_t number, const std::string& description);
@@ -83,10 +92,11 @@ std::string GetWinsockErrorText(std::int32_t code);
 /// HTTP error text of an 18xxx number ("" when unknown).
 std::string GetHttpErrorText(std::int32_t number);
 
-/// Records and logs an error in the thread's error object; always returns "".
+/// Records and logs an error in the error object of the component whose code runs now (the
+/// thread's own outside any component); always returns "".
 std::string RecordError(const std::string& procedure, std::int32_t number, const std::string& text,
                         bool show = false);
-/// Writes one log line through the thread's error object.
+/// Writes one log line to the thread's log.
 bool WriteLog(const std::string& line);
 
 }  // namespace quorvi::detail

@@ -10,6 +10,7 @@ void ReportCurrentException(Core& core, const char* procedure) noexcept;
 
 template <typename T, typename Body>
 T Guarded(Core& core, const char* procedure, T fallback, Body&& body) noexcept {
+  ActiveError active(*core.shared, core.error_object);
   try {
     return body();
   } catch (...) {
@@ -20,6 +21,7 @@ T Guarded(Core& core, const char* procedure, T fallback, Body&& body) noexcept {
 
 template <typename Body>
 void Guarded(Core& core, const char* procedure, Body&& body) noexcept {
+  ActiveError active(*core.shared, core.error_object);
   try {
     body();
   } catch (...) {

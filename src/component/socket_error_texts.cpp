@@ -76,7 +76,7 @@ std::string GetWinsockErrorText(std::int32_t code) {
   }
   // An unknown code: the description of the error being handled says more than "Unknown Error".
   if (const auto* shared = ThreadShared::Current()) {
-    if (const auto& pending = shared->error.RuntimeDescription(); !pending.empty()) return pending;
+    if (const auto& pending = shared->Error().RuntimeDescription(); !pending.empty()) return pending;
   }
   return GetMessage(kUnknownErrorMessage);
 }

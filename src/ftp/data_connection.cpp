@@ -69,6 +69,7 @@ std::string PortArgument(const std::string& ip, std::int32_t port) {
 
 DataConnection::DataConnection(Core& core) : core_(core), random_(std::random_device{}()) {
   m_objDataSocket.m_strType = "[Data]";
+  m_objDataSocket.BelongsTo(core_.error_object);
   BindSocketEvents();
   FtpSession& session = FtpSession::Of(core_);
   session.hooks.close_data = [this] { CloseDataConnection(); };

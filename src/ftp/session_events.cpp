@@ -23,6 +23,7 @@ void Contained(const char* where, const std::function<void()>& body) noexcept {
 
 FtpSession::FtpSession(Core& core) : core_(core), support_(SocketSupport::Acquire()) {
   m_objControlSocket.m_strType = "[Ctrl]";
+  m_objControlSocket.BelongsTo(core_.error_object);
   BindSocketEvents();
   RegisterHandlers();
   CreateTimers();

@@ -15,8 +15,12 @@ constexpr std::uint32_t kKeepAliveMs = 2000;
 constexpr std::uint32_t kTimeoutMs = 5000;
 constexpr std::uint32_t kOnTopMs = 1000;
 
-std::function<void()> Tick(const char* name, std::function<void()> body) {
-  return [name, body] { Contained(name, body); };
+// A timer fires from whichever component's wait pumps the thread: it acts for its own.
+std::function<void()> Tick(Core& core, const char* name, std::function<void()> body) {
+  return [&core, name, body] {
+    ActiveError active(*core.shared, core.error_object);
+    Contained(name, body);
+  };
 }
 
 }  // namespace
@@ -24,10 +28,10 @@ std::function<void()> Tick(const char* name, std::function<void()> body) {
 void FtpSession::CreateTimers() {
   auto& pump = core_.pump();
   keep_alive_timer_ =
-      pump.AddTimer(kKeepAliveMs, Tick("KeepAlive_Timer", [this] { KeepAliveTick(); }), false);
+      pump.AddTimer(kKeepAliveMs, Tick(core_, "KeepAlive_Timer", [this] { KeepAliveTick(); }), false);
   timeout_timer_ =
-      pump.AddTimer(kTimeoutMs, Tick("Timeout_Timer", [this] { TimeoutTick(); }), false);
-  on_top_timer_ = pump.AddTimer(kOnTopMs, Tick("OnTop_Timer", [this] { StayOnTopTick(); }), false);
+      pump.AddTimer(kTimeoutMs, Tick(core_, "Timeout_Timer", [this] { TimeoutTick(); }), false);
+  on_top_timer_ = pump.AddTimer(kOnTopMs, Tick(core_, "OnTop_Timer", [this] { StayOnTopTick(); }), false);
 }
 
 void FtpSession::StartTimers() {

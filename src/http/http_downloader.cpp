@@ -78,7 +78,12 @@ class BatchScope {
 
 HttpDownloader::HttpDownloader(Core& core) : core_(core) {
   stall_timer_ = core_.pump().AddTimer(
-      stall_check_ms, [this] { Contained("HttpStall_Timer", [this] { StallTick(); }); }, false);
+      stall_check_ms,
+      [this] {
+        ActiveError active(*core_.shared, core_.error_object);
+        Contained("HttpStall_Timer", [this] { StallTick(); });
+      },
+      false);
 }
 
 HttpDownloader::~HttpDownloader() {
@@ -414,6 +419,7 @@ void HttpDownloader::CloseHttpConnection() {
 
 void HttpDownloader::CreateSocket() {
   m_objHttpSocket = std::make_unique<CSocket>();
+  m_objHttpSocket->BelongsTo(core_.error_object);
   m_objHttpSocket->m_strType = "[Http]";
   m_objHttpSocket->OnConnect = [this] {
     Contained("m_objHttpSocket_OnConnect", [this] { m_objHttpSocket_OnConnect(); });

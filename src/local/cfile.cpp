@@ -45,10 +45,10 @@ std::optional<platform::FileStatus> StatEither(const std::string& path) {
 void DealError(const std::string& source, std::int32_t number, const std::string& text) {
   ThreadShared* shared = ThreadShared::Current();
   if (shared == nullptr) return;
-  shared->error.Number(number);
-  shared->error.Description(text);
-  shared->error.Source(source);
-  shared->error.DealError();
+  shared->Error().Number(number);
+  shared->Error().Description(text);
+  shared->Error().Source(source);
+  shared->Error().DealError();
 }
 
 int WriteTextLine(const std::string& path, const std::string& text, bool overwrite) {

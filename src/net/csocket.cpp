@@ -45,7 +45,10 @@ bool IsConnectOutcome(int error) {
 
 }  // namespace
 
-CSocket::CSocket() : shared_(ThreadShared::Acquire()), support_(SocketSupport::Acquire()) {
+CSocket::CSocket()
+    : shared_(ThreadShared::Acquire()),
+      support_(SocketSupport::Acquire()),
+      owner_error_(shared_->ActiveErrorHandle()) {
   max_datagram_ = support_->InitWinsockService();
 }
 
@@ -157,7 +160,7 @@ void CSocket::ConnectHandle(int depth) {
   bool again = false;
   Protect("Connect", [&] {
     if (remote_host_.empty()) {
-      std::int32_t number = shared_->error.Number();
+      std::int32_t number = shared_->Error().Number();
       if (number == 0) number = 20001;
       Fail(number);
     }

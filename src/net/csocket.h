@@ -14,6 +14,7 @@
 namespace quorvi::detail {
 
 class SocketSupport;
+class CError;
 struct ThreadShared;
 
 /// Values of CSocket::State (1, 3, 4 and 5 are never used).
@@ -57,6 +58,9 @@ class CSocket {
   std::function<void(const std::string& text)> ShowMessageBox;
 
   // ---- Methods ----
+  /// The error object of the component that owns this socket, made active while its events
+  /// are handled. By default, the one active when the socket was made.
+  void BelongsTo(std::weak_ptr<CError> error) { owner_error_ = std::move(error); }
   /// Fills the send buffer from varData and sends lngBufferLength bytes (UTF-8 text sends
   /// all its bytes and returns their count in lngBufferLength).
   void SendData(const SocketValue& varData, double& lngBufferLength, bool blnListCommand = false,
@@ -139,6 +143,7 @@ class CSocket {
 
   std::shared_ptr<ThreadShared> shared_;
   std::shared_ptr<SocketSupport> support_;
+  std::weak_ptr<CError> owner_error_;
   std::string remote_host_;
   std::int32_t remote_port_ = 0;
   std::string receive_buffer_;

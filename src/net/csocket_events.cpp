@@ -2,6 +2,7 @@
 #include <string>
 
 #include "net/csocket.h"
+#include "component/thread_shared.h"
 #include "net/csocket_guard.inl"
 #include "net/socket_support.h"
 #include "platform/socket_api.h"
@@ -16,6 +17,9 @@ constexpr const char* kEventErrorProcedure = "--PostSocketEvent--ErrorDeal---";
 }  // namespace
 
 void CSocket::PostSocketEvent(std::int32_t event, std::int32_t error) {
+  // Another component may be waiting (this event came through its pump): what this socket's
+  // handlers record belongs to the owner.
+  ActiveError active(*shared_, owner_error_.lock());
   try {
     m_lngEventErrorNumber = error;
     if (error > 0) {

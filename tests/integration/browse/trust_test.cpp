@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <vector>
 
 #include "component/core.h"
 
@@ -154,52 +155,93 @@ TEST_F(VsftpdTrust, KeepAliveRepliesNeverHideATransferReply) {
   fs::remove(local);
 }
 
-// A host call from inside an event of a running operation is refused (16009) and changes
-// nothing of that operation: not its result, not its error afterwards.
-TEST_F(VsftpdTrust, ARefusedNestedCallLeavesTheRunningOperationAlone) {
-  const std::string content = Pattern(3 * 1024 * 1024, 6);
-  const fs::path dir = fs::temp_directory_path() / ("quorvi-nest-" + std::to_string(::getpid()));
-  fs::create_directories(dir);
-  std::ofstream(dir / "up.bin", std::ios::binary) << content;
-  server().WriteFile("pub/keep.txt", "keep");
-  auto ftp = UserClient(server());
-  ftp->ReplaceSetting(1);
-  struct Case {
-    const char* name;
-    std::function<bool(FtpLibrary&)> run;
-  };
-  const Case cases[] = {
-      {"UpLoad", [&](FtpLibrary& f) {
+// The operations a host may run while its event handlers call the component again.
+struct RunningOperation {
+  const char* name;
+  std::function<bool(FtpLibrary&)> run;
+};
+
+std::vector<RunningOperation> RunningOperations(const fs::path& dir) {
+  return {
+      {"UpLoad", [dir](FtpLibrary& f) {
          f.LocalPath((dir / "up.bin").string());
          f.RemotePath("/pub/");
          return f.UpLoad();
        }},
-      {"DownLoad", [&](FtpLibrary& f) {
+      {"DownLoad", [dir](FtpLibrary& f) {
          f.RemotePath("/pub/up.bin");
          f.LocalPath((dir / "down.bin").string());
          return f.DownLoad();
        }},
       {"GetFtpDirectoryInfo", [](FtpLibrary& f) { return f.GetFtpDirectoryInfo("/pub").has_value(); }},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
-    int refused = 0, calls = 0;
-    const auto id = ftp->OnStateChange().Subscribe([&] {
-      if (calls >= 2 || !ftp->Busy()) return;
-      ++calls;
-      // Bad arguments are refused before they are looked at; a good call is refused too.
-      const bool ok = calls == 1 ? ftp->DeleteFile("") : ftp->DeleteFile("/pub/keep.txt");
-      if (!ok && ftp->ErrorNumber() == 16009) ++refused;
+}
+
+// Runs each operation on ftp with nested(n) called from its first two state changes; the
+// operation must succeed and leave no error, whatever the nested calls did.
+void RunWithNestedCalls(TestServer& server, FtpLibrary& ftp,
+                        const std::function<void(int call)>& nested) {
+  const std::string content = Pattern(3 * 1024 * 1024, 6);
+  const fs::path dir = fs::temp_directory_path() / ("quorvi-nest-" + std::to_string(::getpid()));
+  fs::create_directories(dir);
+  std::ofstream(dir / "up.bin", std::ios::binary) << content;
+  ftp.ReplaceSetting(1);
+  for (const auto& op : RunningOperations(dir)) {
+    SCOPED_TRACE(op.name);
+    int calls = 0;
+    const auto id = ftp.OnStateChange().Subscribe([&] {
+      if (calls >= 2 || !ftp.Busy()) return;
+      nested(++calls);
     });
-    EXPECT_TRUE(c.run(*ftp)) << ftp->ErrorNumber() << " " << ftp->ErrorInfo();
-    EXPECT_EQ(ftp->ErrorNumber(), 0) << ftp->ErrorInfo();
-    EXPECT_EQ(refused, calls);
-    EXPECT_GT(calls, 0);
-    ftp->OnStateChange().Unsubscribe(id);
+    EXPECT_TRUE(op.run(ftp)) << ftp.ErrorNumber() << " " << ftp.ErrorInfo();
+    EXPECT_EQ(ftp.ErrorNumber(), 0) << ftp.ErrorInfo();
+    EXPECT_EQ(calls, 2);
+    ftp.OnStateChange().Unsubscribe(id);
   }
   EXPECT_EQ(ReadAll(dir / "down.bin"), content);
-  EXPECT_EQ(ReadAll(server().root() / "pub/keep.txt"), "keep");
+  EXPECT_EQ(ReadAll(server.root() / "pub/up.bin"), content);
   fs::remove_all(dir);
+}
+
+// A host call from inside an event of a running operation is refused (16009) and changes
+// nothing of that operation: not its result, not its error afterwards.
+TEST_F(VsftpdTrust, ARefusedNestedCallLeavesTheRunningOperationAlone) {
+  server().WriteFile("pub/keep.txt", "keep");
+  auto ftp = UserClient(server());
+  int refused = 0;
+  RunWithNestedCalls(server(), *ftp, [&](int call) {
+    // Bad arguments are refused before they are looked at; a good call is refused too.
+    const bool ok = call == 1 ? ftp->DeleteFile("") : ftp->DeleteFile("/pub/keep.txt");
+    if (!ok && ftp->ErrorNumber() == 16009) ++refused;
+  });
+  EXPECT_EQ(refused, 6);
+  EXPECT_EQ(ReadAll(server().root() / "pub/keep.txt"), "keep");
+}
+
+// Another component on the same thread, called from an event handler, works on its own: its
+// failures are its own errors and never end or fail the running operation, and its successes
+// are real.
+TEST_F(VsftpdTrust, AnotherComponentsFailureLeavesTheRunningOperationAlone) {
+  auto ftp = UserClient(server());
+  auto other = UserClient(server());
+  FtpLibrary unconnected;
+  unconnected.ServerName("127.0.0.1");
+  unconnected.RemotePort(1);  // nothing listens there
+  unconnected.TimeOut(5);
+  int other_failures = 0, other_successes = 0;
+  RunWithNestedCalls(server(), *ftp, [&](int call) {
+    if (call == 1) {
+      if (!other->DeleteFile("/pub/no-such-file") && other->ErrorNumber() != 0) ++other_failures;
+      if (!unconnected.Connect() && unconnected.ErrorNumber() != 0) ++other_failures;
+    } else if (other->GetFtpDirectoryInfo("/pub").has_value() && other->ErrorNumber() == 0) {
+      ++other_successes;
+    }
+  });
+  EXPECT_EQ(other_failures, 6);
+  EXPECT_EQ(other_successes, 3);
+  // Neither component is left wedged.
+  EXPECT_TRUE(ftp->GetFtpDirectoryInfo("/pub").has_value()) << ftp->ErrorInfo();
+  EXPECT_TRUE(other->GetFtpDirectoryInfo("/").has_value()) << other->ErrorInfo();
 }
 
 TEST_F(ClosingServer, ACloseInsteadOfAReplyIsAnError) {

@@ -54,7 +54,7 @@ TEST_F(LocalFiles, CreateFolderBuildsTheChainAndReportsFailures) {
   EXPECT_TRUE(fs::is_directory(At("x/y/z")));
   EXPECT_TRUE(CFile::CreateFolder(deep));  // existing: nothing to do
 
-  CError& error = ThreadShared::Current()->error;
+  CError& error = ThreadShared::Current()->Error();
   Put(At("file"), "");
   const std::pair<std::string, std::int32_t> failures[] = {
       {"x/y", 20011}, {"", 11111}, {At("file/sub"), 11111}};
@@ -141,7 +141,7 @@ TEST_F(LocalFiles, SizesAndDates) {
   sock_path.copy(addr.sun_path, sock_path.size());
   ASSERT_EQ(::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr), 0);
   EXPECT_EQ(lib_.GetLocalFileSize(sock_path), -2);
-  EXPECT_EQ(ThreadShared::Current()->error.Number(), ENXIO);
+  EXPECT_EQ(lib_.ErrorNumber(), ENXIO);  // recorded in the component's own error object
   ::close(fd);
 
   EXPECT_TRUE(std::regex_match(lib_.GetLocalFileDate(At("five.bin")),

@@ -26,7 +26,7 @@ class CSocketTest : public NetTest {
     ASSERT_TRUE(WaitFor([&] { return client.State() == sckConnected && server.peer.State() == sckConnected; }));
     Settle();  // the first write notification of each end
   }
-  std::int32_t ErrorNumber() const { return shared_->error.Number(); }
+  std::int32_t ErrorNumber() const { return shared_->Error().Number(); }
 };
 
 TEST_F(CSocketTest, ConnectSendReceiveCloseCycleRaisesEventsInOrder) {
@@ -242,7 +242,7 @@ TEST_F(CSocketTest, FailuresAreReportedWithTheirNumbersAndLeaveTheSocketUsable) 
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
-    shared_->error.Clear();
+    shared_->Error().Clear();
     CSocket s;
     s.Rcvbuf(4096);
     int errors = 0;

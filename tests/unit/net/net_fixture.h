@@ -19,7 +19,7 @@ namespace quorvi::detail::test {
 
 class NetTest : public ::testing::Test {
  protected:
-  void SetUp() override { shared_->error.Clear(); }
+  void SetUp() override { shared_->Error().Clear(); }
   void TearDown() override { support_->Connecting(false); }
 
   /// Pumps in 5 ms steps until done() or limit_ms passed; returns done().
