@@ -328,6 +328,10 @@ class FtpLibrary {
   std::string TransferedRemoteFiles();
   /// Source paths of the files the replace policy skipped, "|"-separated.
   std::string SkippedFiles();
+  /// Remote folders that could not be listed or entered, and entries that could not be
+  /// transferred (a name no file may have, a special file), by the last tree job,
+  /// "|"-separated; the job failed with the first of them.
+  std::string FailedFiles();
   /// Local paths canceled with RemoveTransferList, "|"-separated.
   std::string CanceledFileList() const;
   /// Paths of the files AbortCurrent abandoned, "|"-separated.

@@ -164,6 +164,25 @@ std::optional<CFtpFiles> RunListing(Core& core, const ListingPlan& plan, Restore
 
 }  // namespace
 
+ListingPlan PlanFolderListing(const std::string& folder, const std::string& list_command) {
+  ListingPlan plan;
+  plan.path = FormatFTPPath(folder);
+  if (plan.path.size() > 1 && plan.path.back() == '/') plan.path.pop_back();
+  plan.parent = plan.path;
+  plan.explicit_folder = true;
+  // LIST reads pattern characters, blanks and backslashes in its argument (servers glob it or
+  // split it), so such a folder is changed into and listed without an argument; CWD takes its
+  // argument as it is.
+  const bool plain = plan.path.find_first_of("*?[]{}~ \t\\") == std::string::npos;
+  if (list_command == "MLSD" || !plain) {
+    plan.change_directory = true;
+    plan.directory = plan.path;
+  } else {
+    plan.listed = plan.path;
+  }
+  return plan;
+}
+
 ListingPlan PlanListing(const std::string& requested, const std::string& current_directory,
                         const std::string& list_command, bool list_dir_for_file) {
   ListingPlan plan;
@@ -191,13 +210,24 @@ ListingPlan PlanListing(const std::string& requested, const std::string& current
 }
 
 std::optional<CFtpFiles> GetRemoteFilesInfo(Core& core, const std::string& path) {
+  return ListRemote(core, [&] {
+    return PlanListing(path, core.rt.current_directory, core.rt.list_command,
+                       core.settings.list_dir_for_file);
+  });
+}
+
+std::optional<CFtpFiles> GetRemoteFolderEntries(Core& core, const std::string& folder) {
+  return ListRemote(core, [&] { return PlanFolderListing(folder, core.rt.list_command); });
+}
+
+std::optional<CFtpFiles> ListRemote(Core& core, const std::function<ListingPlan()>& make_plan) {
   FtpSession& session = FtpSession::Of(core);
   core.ClearLastError();
   if (!session.Connect()) return std::nullopt;
   if (!session.RequireFree(kProcedure)) return std::nullopt;
 
-  const ListingPlan plan = PlanListing(path, core.rt.current_directory, core.rt.list_command,
-                                       core.settings.list_dir_for_file);
+  // Planned after the login: its feature probe may still change the list command.
+  const ListingPlan plan = make_plan();
   Restore restore;
   if (plan.use_list) {
     core.rt.list_command = "LIST";  // MLSD takes no pattern

@@ -5,6 +5,7 @@
 
 #include <quorvi/ftp_file.h>
 
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -32,11 +33,20 @@ struct ListingPlan {
 ListingPlan PlanListing(const std::string& requested, const std::string& current_directory,
                         const std::string& list_command, bool list_dir_for_file);
 
+/// The plan for one folder taken literally (a name from a listing: "*", "?", blanks and
+/// backslashes are characters of it): LIST with the path, or a change into the folder and a
+/// listing without argument where LIST would read those characters (and always with MLSD).
+ListingPlan PlanFolderListing(const std::string& folder, const std::string& list_command);
+
 /// Lists a remote folder, a pattern or (with ListDirForFile) the folder of a single name.
 /// Nothing when the listing is empty, failed or connecting failed; the reason is in
 /// ErrorNumber/ErrorInfo. Fails of its own (16009, 20004, 16002) are reported under
 /// "GetRemoteFilesInfo".
 std::optional<CFtpFiles> GetRemoteFilesInfo(Core& core, const std::string& path);
+/// Lists one folder taken literally (see PlanFolderListing); otherwise as GetRemoteFilesInfo.
+std::optional<CFtpFiles> GetRemoteFolderEntries(Core& core, const std::string& folder);
+/// The listing steps shared by both: connect, plan, list, parse, put back what was changed.
+std::optional<CFtpFiles> ListRemote(Core& core, const std::function<ListingPlan()>& make_plan);
 
 /// The file (never a directory) of the cached listing at exactly `path` (relative paths are
 /// taken from the current directory); nothing when the cache is off, stale (the component

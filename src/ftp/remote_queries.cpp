@@ -61,8 +61,8 @@ std::optional<CFtpFile> FileInfoByMlst(Core& core, const std::string& path) {
 
 // Changes into the folder and back. A pattern's folder is not checked (the pattern may simply
 // match nothing).
-bool FolderCanBeEntered(Core& core, const std::string& listed) {
-  if (listed.find_first_of("*?") != std::string::npos) return true;
+bool FolderCanBeEntered(Core& core, const std::string& listed, bool literal = false) {
+  if (!literal && listed.find_first_of("*?") != std::string::npos) return true;
   const std::string saved = core.rt.current_directory;
   if (!SetCurrentDirectory(core, listed)) {
     core.error().Clear();
@@ -115,6 +115,15 @@ std::optional<CFtpFiles> GetFtpDirectoryInfo(Core& core, const std::string& dire
     core.SetState(ftpDirectoryInfoRetrieved);
     return sorted;
   });
+}
+
+std::optional<CFtpFiles> GetFtpFolderEntries(Core& core, const std::string& folder) {
+  auto files = GetRemoteFolderEntries(core, folder);
+  if (!files && core.ErrorNumber() == 0 && !FolderCanBeEntered(core, folder, true)) {
+    RecordError("GetFtpDirectoryInfo", errors::kRemoteFolderMissing,
+                TextWithPath(errors::kRemoteFolderMissing, folder));
+  }
+  return files;
 }
 
 std::optional<CFtpFile> GetFtpFileInfo(Core& core, const std::string& file_path) {

@@ -15,6 +15,10 @@ class Core;
 /// The entries of a folder sorted by name without regard to case; nothing for an empty
 /// folder, a failed listing, or a path that names a file (20008).
 std::optional<CFtpFiles> GetFtpDirectoryInfo(Core& core, const std::string& directory_path);
+/// The entries of one folder taken literally (a name from a listing), in listing order, for
+/// the engines: nothing with ErrorNumber 0 for an empty folder; nothing with an error for a
+/// folder that cannot be listed or entered (20008 when it is not there).
+std::optional<CFtpFiles> GetFtpFolderEntries(Core& core, const std::string& folder);
 /// One file's entry (from the cache, a listing, or MLST when listing with MLSD); nothing for a
 /// missing name or a directory (20007).
 std::optional<CFtpFile> GetFtpFileInfo(Core& core, const std::string& file_path);

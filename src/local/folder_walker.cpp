@@ -69,30 +69,19 @@ std::string CleanEntryList(const std::string& raw) {
 }
 
 struct WalkContext {
-  std::vector<std::string>& inner;
+  std::string pattern;  // files of the top folder only, matching it ("" = a full walk)
   const std::string& extend_name;
   bool recursive;
-  std::int32_t& dir_count;
   const WalkHooks& hooks;
-  std::string out;  // the whole entry list, appended to by every level
+  std::vector<WalkEntry>& out;  // the whole walk, appended to by every level
 };
 
-void ListInto(WalkContext& ctx, std::string folder, std::int16_t flag) {
+// A folder's entries, then each subfolder's walk. A folder that cannot be read contributes one
+// kUnreadable entry in place of its entries.
+void WalkInto(WalkContext& ctx, const std::string& folder, bool top) {
   const std::size_t start = ctx.out.size();
-  const std::int32_t first = ctx.dir_count + 1;
-  std::string pattern;
-  bool descend = ctx.recursive;
-  if (folder.empty() || folder.back() != '/') {
-    if (!platform::HasWildcard(folder) || folder.find('.') == std::string::npos) {
-      folder += '/';
-    } else {
-      const auto slash = folder.rfind('/');
-      pattern = folder.substr(slash == std::string::npos ? 0 : slash + 1);
-      folder.resize(slash == std::string::npos ? 0 : slash + 1);
-      flag = kWalkFilesOnly;
-      descend = false;
-    }
-  }
+  const bool files_of_pattern = top && !ctx.pattern.empty();
+  std::vector<std::string> subfolders;
   std::string entry = folder;
   try {
     const platform::DirListing listing = platform::ReadDirectory(folder);
@@ -103,30 +92,46 @@ void ListInto(WalkContext& ctx, std::string folder, std::int16_t flag) {
     for (const platform::DirEntry& e : listing.entries) {
       entry = folder + e.name;
       if (e.is_dir) {
-        if (!e.is_symlink) {
-          ctx.inner.resize(static_cast<std::size_t>(++ctx.dir_count) + 1);
-          ctx.inner[static_cast<std::size_t>(ctx.dir_count)] = entry + "/";
+        if (!files_of_pattern) {
+          ctx.out.push_back({entry, WalkKind::kFolder, 0, {}});
+          if (!e.is_symlink) subfolders.push_back(entry + "/");
         }
-        if (flag == kWalkFoldersOnly) ctx.out.append(entry).append("*");
-        if (flag != kWalkFilesOnly && flag != kWalkFoldersOnly) ctx.out.append(entry).append("|1*");
-      } else if (FileTaken(e.name, pattern, ctx.extend_name)) {
-        if (flag == kWalkFilesOnly) ctx.out.append(entry).append("*");
-        if (flag != kWalkFilesOnly && flag != kWalkFoldersOnly) ctx.out.append(entry).append("|0*");
+      } else if (FileTaken(e.name, top ? ctx.pattern : std::string(), ctx.extend_name)) {
+        ctx.out.push_back({entry, e.is_regular ? WalkKind::kFile : WalkKind::kOther, 0, {}});
       }
       Pump(ctx.hooks);
     }
   } catch (const ComponentError& e) {
     ctx.out.resize(start);
-    ctx.out.append("Error:" + e.text() + "(" + entry + ")#|#" + std::to_string(e.number()) + "*");
+    ctx.out.push_back({entry, WalkKind::kUnreadable, e.number(), e.text()});
     Log(ctx.hooks, "ListDirs[" + folder + "](" + entry + ")" + e.text());
     return;
   }
-  if (!descend) return;
-  const std::int32_t last = ctx.dir_count;
-  for (std::int32_t k = first; k <= last; ++k) {
-    ctx.out.append("*");
-    ListInto(ctx, ctx.inner[static_cast<std::size_t>(k)], flag);
+  if (!ctx.recursive || files_of_pattern) return;
+  for (const std::string& sub : subfolders) WalkInto(ctx, sub, false);
+}
+
+// The classic entry-list text of a walk: "*"-joined, "|0"/"|1" marks by flag, an unreadable
+// folder as "Error:<text>(<entry>)#|#<number>".
+std::string EntryListText(const std::vector<WalkEntry>& entries, std::int16_t flag) {
+  std::string out;
+  for (const WalkEntry& e : entries) {
+    switch (e.kind) {
+      case WalkKind::kFolder:
+        if (flag == kWalkFoldersOnly) out.append(e.path).append("*");
+        if (flag != kWalkFilesOnly && flag != kWalkFoldersOnly) out.append(e.path).append("|1*");
+        break;
+      case WalkKind::kUnreadable:
+        out.append("Error:" + e.error_text + "(" + e.path + ")#|#" +
+                   std::to_string(e.error_number) + "*");
+        break;
+      default:
+        if (flag == kWalkFilesOnly) out.append(e.path).append("*");
+        if (flag != kWalkFilesOnly && flag != kWalkFoldersOnly) out.append(e.path).append("|0*");
+        break;
+    }
   }
+  return CleanEntryList(out);
 }
 
 }  // namespace
@@ -152,21 +157,40 @@ bool WildcardMatch(const std::string& pattern, const std::string& name) {
   return p == pattern.size();
 }
 
+std::vector<WalkEntry> WalkFolder(std::string folder, const std::string& pattern,
+                                  bool recursive, const WalkHooks& hooks,
+                                  const std::string& extend_name) {
+  if (folder.empty() || folder.back() != '/') folder += '/';
+  std::vector<WalkEntry> out;
+  WalkContext ctx{pattern, extend_name, recursive, hooks, out};
+  WalkInto(ctx, folder, true);
+  return out;
+}
+
 std::string ListDirs(std::string& folder_path, std::vector<std::string>& inner_folder_path,
                      const std::string& extend_name, bool recursive, std::int16_t flag,
                      std::int32_t& dir_count, const WalkHooks& hooks) {
-  if (dir_count == 0) {
-    inner_folder_path.assign(1, std::string());
-    for (char& c : folder_path) c = c == '\\' ? '/' : c;
+  // A last part holding "*" or "?" and a "." is a name pattern of the folder before it.
+  std::string folder = folder_path, pattern;
+  if ((folder.empty() || folder.back() != '/') && platform::HasWildcard(folder) &&
+      folder.find('.') != std::string::npos) {
+    const auto slash = folder.rfind('/');
+    pattern = folder.substr(slash == std::string::npos ? 0 : slash + 1);
+    folder.resize(slash == std::string::npos ? 0 : slash + 1);
+    flag = kWalkFilesOnly;
   }
-  WalkContext ctx{inner_folder_path, extend_name, recursive, dir_count, hooks, {}};
-  ListInto(ctx, folder_path, flag);
-  return CleanEntryList(ctx.out);
+  const auto entries = WalkFolder(folder, pattern, recursive, hooks, extend_name);
+  if (dir_count == 0) inner_folder_path.assign(1, std::string());
+  for (const WalkEntry& e : entries) {
+    if (e.kind != WalkKind::kFolder) continue;
+    inner_folder_path.push_back(e.path + "/");
+    ++dir_count;
+  }
+  return EntryListText(entries, flag);
 }
 
 std::string GetFolderFilePath(std::string& folder_path, bool recursive, std::int16_t flag,
                               const WalkHooks& hooks) {
-  for (char& c : folder_path) c = c == '\\' ? '/' : c;
   if ((folder_path.empty() || folder_path.back() != '/') && !platform::HasWildcard(folder_path)) {
     folder_path += '/';
   }

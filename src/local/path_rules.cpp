@@ -10,12 +10,12 @@ void ReplaceAll(std::string& text, std::string_view from, std::string_view to) {
   }
 }
 
-// "\" becomes "/" and every run of "/" collapses to one.
+// Every run of "/" collapses to one. A backslash is an ordinary character of a Linux name
+// (and of most servers' names), never a separator.
 std::string SlashesCollapsed(std::string_view path) {
   std::string out;
   out.reserve(path.size());
   for (char c : path) {
-    if (c == '\\') c = '/';
     if (c == '/' && !out.empty() && out.back() == '/') continue;
     out += c;
   }
@@ -39,9 +39,6 @@ std::string FormatLocalPath(std::string_view path) { return SlashesCollapsed(Tri
 
 std::string FormatFTPPath(std::string_view path) {
   std::string text(TrimBlanks(path));
-  for (char& c : text) {
-    if (c == '\\') c = '/';
-  }
   ReplaceAll(text, "http://", kHttpMark);
   ReplaceAll(text, "https://", kHttpsMark);
   text = SlashesCollapsed(text);
@@ -52,7 +49,7 @@ std::string FormatFTPPath(std::string_view path) {
 
 bool IsAbsoluteLocalPath(std::string_view path) {
   const std::string_view p = TrimBlanks(path);
-  return !p.empty() && (p.front() == kLocalSeparator || p.front() == '\\');
+  return !p.empty() && p.front() == kLocalSeparator;
 }
 
 std::string GetParentFolderPath(std::string_view path) {

@@ -12,9 +12,12 @@ inline constexpr char kLocalSeparator = '/';
 
 /// Trims leading and trailing blanks (spaces only, as every path rule does).
 std::string_view TrimBlanks(std::string_view text);
-/// Local normaliser: trim, "\" → "/", runs of "/" collapse to one; a trailing "/" is kept.
+/// Local normaliser: trim, runs of "/" collapse to one; a trailing "/" is kept. A backslash
+/// is a name character. For paths the host gives; names from a listing or a walk are joined
+/// as they are.
 std::string FormatLocalPath(std::string_view path);
-/// Remote normaliser: trim, "\" → "/", runs of "/" collapse, "http://" and "https://" survive.
+/// Remote normaliser: trim, runs of "/" collapse, "http://" and "https://" survive; a
+/// backslash is a name character.
 std::string FormatFTPPath(std::string_view path);
 /// True for a local path that starts at the root (leading "/", after trimming).
 bool IsAbsoluteLocalPath(std::string_view path);

@@ -60,6 +60,7 @@ DirListing ReadDirectory(const std::string& folder) {
     struct stat info {};
     if (stat(full.c_str(), &info) == 0) {
       entry.is_dir = S_ISDIR(info.st_mode);
+      entry.is_regular = S_ISREG(info.st_mode);
       if (!entry.is_dir) entry.size = static_cast<double>(info.st_size);
     }
     out.entries.push_back(std::move(entry));

@@ -12,6 +12,7 @@ struct DirEntry {
   std::string name;
   bool is_dir = false;      ///< a folder, or a symbolic link to one
   bool is_symlink = false;  ///< the entry itself is a symbolic link
+  bool is_regular = false;  ///< a regular file, or a symbolic link to one
   double size = 0;          ///< bytes of a file (0 for folders and dangling links)
 };
 

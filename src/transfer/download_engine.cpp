@@ -29,8 +29,6 @@ double LocalSize(const std::string& path) {
   return status ? status->size : 0;
 }
 
-std::string Trimmed(const std::string& text) { return std::string(TrimBlanks(text)); }
-
 }  // namespace
 
 bool DownloadEngine::DownLoad(bool create_folder) {
@@ -43,31 +41,27 @@ bool DownloadEngine::DownLoad(bool create_folder) {
     engine_.abort_noted = false;
     s.local_path = FormatLocalPath(s.local_path);
     s.remote_path = FormatFTPPath(s.remote_path);
+    const std::string host_remote = s.remote_path, host_local = s.local_path;
     WriteLog("Download#" + std::to_string(s.replace_setting));
     WriteLog("Download.LocalPath=" + s.local_path);
     WriteLog("Download.RemotePath=" + s.remote_path);
 
+    // The host's "|" lists are read here, once; everything below passes typed paths.
     const Job job = Pair(SplitList(s.remote_path), SplitList(s.local_path));
     StartJob();
     bool ok = false, folder_job_failed = false;
-    s.remote_path = job.remote_folders;
-    s.local_path = job.local_folders;
-    if (!s.remote_path.empty()) {
-      s.local_path = FormatLocalPath(s.local_path);
-      s.remote_path = FormatFTPPath(s.remote_path);
-      if (DownLoadAll(create_folder)) {
-        ok = OnlySeparators(job.remote_files);
+    if (!job.remote_folders.empty()) {
+      if (Step([&] { return FolderMode(job.remote_folders, job.local_folders, create_folder); })) {
+        ok = job.remote_files.empty();
       } else {
         folder_job_failed = true;
       }
     }
-    s.remote_path = job.remote_files;
-    s.local_path = job.local_files.empty() ? job.local_folders : job.local_files;
-    if (!s.remote_path.empty() && !folder_job_failed) {
-      s.local_path = FormatLocalPath(s.local_path);
-      s.remote_path = FormatFTPPath(s.remote_path);
-      ok = DownLoadAll(create_folder);
+    if (!job.remote_files.empty() && !folder_job_failed) {
+      ok = Step([&] { return FileMode(job.remote_files, job.local_files, create_folder); });
     }
+    s.remote_path = host_remote;
+    s.local_path = host_local;
     CloseJob();
     if (ok) core_.transfer.progress.total_percent = 100;
     RaiseEvent();
@@ -84,23 +78,22 @@ DownloadEngine::Job DownloadEngine::Pair(const std::vector<std::string>& remote,
   Job job;
   const Settings& s = settings();
   for (std::size_t i = 0; i < remote.size(); ++i) {
-    std::string r = Trimmed(remote[i]);
+    std::string r = FormatFTPPath(remote[i]);
     if (r.empty()) continue;
+    const std::string l = FormatLocalPath(i < local.size() ? local[i] : local[0]);
     const bool paired = i < local.size();
     if (IsFolderItem(r)) {
       if (HasPattern(r) && r.back() == '/') r.pop_back();
-      job.remote_folders += r + "|";
-      std::string d = paired ? Trimmed(local[i]) : GetParentFolderPath(local[0]);
+      job.remote_folders.push_back(r);
+      std::string d = paired ? l : GetParentFolderPath(l);
       if (s.create_correspond_folder) d += "/" + CorrespondName(r);
-      job.local_folders += d + "|";
+      job.local_folders.push_back(d);
     } else {
       CheckFileType(r, s.file_type_allow, s.file_type_forbid, "DownLoad");
-      job.remote_files += r + "|";
-      job.local_files += (paired ? Trimmed(local[i]) : GetParentFolderPath(local[0]) + "/") + "|";
+      job.remote_files.push_back(r);
+      job.local_files.push_back(paired ? l : GetParentFolderPath(l) + "/");
     }
   }
-  for (auto* list : {&job.remote_folders, &job.local_folders, &job.remote_files, &job.local_files})
-    DropTrailingBar(*list);
   return job;
 }
 
@@ -121,9 +114,13 @@ void DownloadEngine::CloseJob() {
   core_.transfer.progress.EndJob();
 }
 
-bool DownloadEngine::DownLoadAll(bool create_folder) {
+bool DownloadEngine::Step(const std::function<bool()>& body) {
   try {
-    return AllBody(create_folder);
+    core_.error().Clear();
+    if (core_.rt.operation != opNone) Fail(errors::kUnfinished, GetErrorText(errors::kUnfinished), "DownLoadAll");
+    NoteAbortRequest();
+    if (ErrorRecorded()) RaiseRecorded("DownLoadAll");
+    return body();
   } catch (const ComponentError& e) {
     ResetDialogAnswer(settings().replace_setting);
     core_.ReportError("DownLoadAll", e.number(), e.text());
@@ -131,97 +128,87 @@ bool DownloadEngine::DownLoadAll(bool create_folder) {
   return false;
 }
 
-bool DownloadEngine::AllBody(bool create_folder) {
-  Settings& s = settings();
-  core_.error().Clear();
-  if (core_.rt.operation != opNone) Fail(errors::kUnfinished, GetErrorText(errors::kUnfinished), "DownLoadAll");
-  if (s.remote_path.empty()) Fail(errors::kNoRemotePath, GetErrorText(errors::kNoRemotePath), "DownLoadAll");
-  if (s.local_path.empty()) Fail(errors::kNoLocalPath, GetErrorText(errors::kNoLocalPath), "DownLoadAll");
-  s.local_path = FormatLocalPath(s.local_path);
-  NoteAbortRequest();
-  if (ErrorRecorded()) RaiseRecorded("DownLoadAll");
-
-  if (!IsFolderItem(s.remote_path)) {
-    return FileMode(SplitList(s.remote_path), SplitList(s.local_path), create_folder);
-  }
-  s.local_path = FormatLocalPath(s.local_path);
-  s.remote_path = FormatFTPPath(s.remote_path);
-  DropTrailingBar(s.remote_path);
-  return FolderMode(SplitList(s.remote_path), SplitList(s.local_path), create_folder);
-}
-
 bool DownloadEngine::FolderMode(const std::vector<std::string>& remote,
                                 const std::vector<std::string>& local, bool create_folder) {
   for (std::size_t i = 0; i < remote.size(); ++i) {
-    std::string folder = Trimmed(i < local.size() ? local[i] : local[0]);
+    std::string folder = i < local.size() ? local[i] : local[0];
     // Folders that a folder item needs are created whatever the argument says.
     if (!CFile::FolderExists(folder) && !CFile::CreateFolder(folder)) return false;
-    if (!FolderItem(remote[i], folder, create_folder)) return false;
+    if (!FolderItem(remote[i], folder, false, create_folder)) return false;
   }
   if (ErrorRecorded()) RaiseRecorded("DownLoadAll");
+  RaiseTreeFailure();
   return true;
 }
 
+// One folder of the tree: its files (a batch of exact pairs), then its subfolders. A host's
+// item may be a pattern; a subfolder's name from a listing is taken literally.
 bool DownloadEngine::FolderItem(const std::string& remote_item, const std::string& folder,
-                                bool create_folder) {
+                                bool literal, bool create_folder) {
   Settings& s = settings();
   s.local_path = folder;
-  const auto entries = GetFtpDirectoryInfo(core_, remote_item);
-  if (!entries) return true;
+  const auto entries =
+      literal ? GetFtpFolderEntries(core_, remote_item) : GetFtpDirectoryInfo(core_, remote_item);
+  if (!entries) {
+    // Empty is fine; a folder that cannot be listed or entered fails the job, after the rest.
+    if (core_.ErrorNumber() != 0) NoteTreeFailure(remote_item);
+    return true;
+  }
   Progress& p = core_.transfer.progress;
   if (s.show_total_percent) {
-    p.total_transfer_size = 0;
-    p.total_file_size = 0;
-    for (const auto& entry : *entries) p.total_file_size += entry.FileSize();
+    for (const auto& entry : *entries)
+      if (!entry.IsDirectory()) p.total_file_size += entry.FileSize();
     WriteLog("DL#TFS#" + NumberText(p.total_file_size) + "#" + remote_item);
   }
   // A pattern item lists the matching entries of its parent folder.
-  std::string parent;
-  if (HasPattern(remote_item)) parent = FormatFTPPath(GetParentFolderPath(remote_item));
-  auto remote_of = [&](const CFtpFile& entry) {
-    if (!HasPattern(remote_item)) return remote_item + "/" + entry.FileName();
-    return parent.empty() ? entry.FileName() : parent + "/" + entry.FileName();
-  };
+  const std::string remote_folder =
+      !literal && HasPattern(remote_item) ? FormatFTPPath(GetParentFolderPath(remote_item)) : remote_item;
 
-  std::string batch;
-  for (const auto& entry : *entries)
-    if (!entry.IsDirectory()) batch += remote_of(entry) + "|";
-  if (!batch.empty()) {
-    s.remote_path = batch;
-    s.local_path = folder + "/";
-    if (!DownLoadAll(create_folder)) return false;
-  }
+  std::vector<FilePair> batch;
+  std::vector<FilePair> subfolders;
   for (const auto& entry : *entries) {
-    if (!entry.IsDirectory() || entry.FileName() == "." || entry.FileName() == "..") continue;
-    s.local_path = folder + "/" + entry.FileName() + "/";
-    s.remote_path = remote_of(entry) + "/";
-    if (!DownLoadAll(create_folder)) return false;
-    s.local_path = folder;
+    const std::string& name = entry.FileName();
+    if (name == "." || name == "..") continue;
+    if (!UsableName(name)) {
+      // "../x" or "a/b" would be written outside the folder it was listed in.
+      NoteTreeFailure(JoinPath(remote_folder, name), errors::kUnknownListFormat,
+                      "Unusable name in the listing of " + remote_folder + ": \"" + name + "\"");
+      continue;
+    }
+    FilePair pair{JoinPath(remote_folder, name), JoinPath(folder, name), -1, {}};
+    // A link's listed size is the link's own; its file is measured when it is fetched.
+    if (!entry.IsLink()) {
+      pair.listed_size = entry.FileSize();
+      pair.listed_date = entry.LastWriteTime();
+    }
+    (entry.IsDirectory() ? subfolders : batch).push_back(std::move(pair));
+  }
+  if (!batch.empty() && !Step([&] { return TransferPairs(batch, create_folder); })) return false;
+  for (const auto& sub : subfolders) {
+    if (!CFile::FolderExists(sub.local)) {
+      std::string created = sub.local;
+      if (!CFile::CreateFolder(created)) return false;
+    }
+    if (!Step([&] { return FolderItem(sub.remote, sub.local, true, create_folder); })) return false;
   }
   return true;
 }
 
 bool DownloadEngine::FileMode(const std::vector<std::string>& remote,
                               const std::vector<std::string>& local, bool create_folder) {
-  Settings& s = settings();
-  TransferLists& lists = core_.transfer.lists;
-  const std::string saved_local = s.local_path;
-  lists.queue_total = static_cast<std::int32_t>(remote.size());
+  std::vector<FilePair> pairs;
   std::string destination;
   for (std::size_t i = 0; i < remote.size(); ++i) {
-    lists.queue_index = static_cast<std::int32_t>(i + 1);
-    s.local_path.clear();
-    s.remote_path = Trimmed(remote[i]);
-    if (s.remote_path.empty()) continue;
+    std::string local_path;
     if (i < local.size()) {
-      const std::string item = Trimmed(local[i]);
+      const std::string& item = local[i];
       // A relative destination is refused before any folder is made for it.
       if (!IsAbsoluteLocalPath(item)) Fail(errors::kNotAbsolute, ErrorTextWith(20011, item), "DownLoadAll");
       if ((!item.empty() && item.back() == '/') || CFile::FolderExists(item)) {
         destination = item;
       } else {
         destination = GetParentFolderPath(item);
-        s.local_path = item;
+        local_path = item;
       }
       if (!CFile::FolderExists(destination)) {
         if (!create_folder) Fail(errors::kFolderMissing, ErrorTextWith(20010, destination), "DownLoadAll");
@@ -229,11 +216,27 @@ bool DownloadEngine::FileMode(const std::vector<std::string>& remote,
         if (!CFile::CreateFolder(created)) return false;
       }
     }
-    if (s.local_path.empty()) s.local_path = destination + "/" + MFile::GetFileName(s.remote_path);
-    s.local_path = FormatLocalPath(s.local_path);
-    s.remote_path = FormatFTPPath(s.remote_path);
+    if (local_path.empty()) local_path = JoinPath(destination, MFile::GetFileName(remote[i]));
+    pairs.push_back({remote[i], local_path, -1, {}});
+  }
+  return TransferPairs(pairs, create_folder);
+}
+
+// One file after the other, each path exactly as given: no list syntax, no pattern, no
+// trimming is applied to them any more.
+bool DownloadEngine::TransferPairs(const std::vector<FilePair>& pairs, bool create_folder) {
+  Settings& s = settings();
+  TransferLists& lists = core_.transfer.lists;
+  lists.queue_total = static_cast<std::int32_t>(pairs.size());
+  for (std::size_t i = 0; i < pairs.size(); ++i) {
+    lists.queue_index = static_cast<std::int32_t>(i + 1);
+    s.remote_path = pairs[i].remote;
+    s.local_path = pairs[i].local;
     engine_.attempt = 1;
-    if (!DownLoadOne(create_folder)) {
+    listed_ = &pairs[i];
+    const bool done = DownLoadOne(create_folder);
+    listed_ = nullptr;
+    if (!done) {
       core_.rt.transfer_state.clear();
       AbandonCurrentFile(s.remote_path, "DownloadAll_AbortCurrent");
     }
@@ -241,7 +244,6 @@ bool DownloadEngine::FileMode(const std::vector<std::string>& remote,
     NoteAbortRequest();
     if (ErrorRecorded()) RaiseRecorded("DownLoad");
   }
-  s.local_path = saved_local;
   return !ErrorRecorded();
 }
 
@@ -308,7 +310,12 @@ bool DownloadEngine::OneBody(bool create_folder) {
 bool DownloadEngine::DecideRemote(bool create_folder, bool& result) {
   Settings& s = settings();
   std::string remote_date;
-  if (s.replace_setting != kReplaceAsk) {
+  if (listed_ && listed_->listed_size >= 0) {
+    // The tree's own listing said what is there: no second look that a pattern character or a
+    // blank in the name could mislead. Receive checks the bytes against this size.
+    engine_.remote_size = listed_->listed_size;
+    remote_date = listed_->listed_date;
+  } else if (s.replace_setting != kReplaceAsk) {
     engine_.remote_size = s.without_list ? 1 : GetFtpFileSize(core_, s.remote_path);
     if (engine_.remote_size == -2) {
       if (engine_.attempt < 2) return false;

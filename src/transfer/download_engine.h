@@ -4,7 +4,9 @@
 // RETR exchange, verification, retry with resumption).
 #pragma once
 
+#include <functional>
 #include <string>
+#include <vector>
 
 #include "transfer/download_engine_base.h"
 
@@ -18,21 +20,23 @@ class DownloadEngine : private EngineBase {
   bool DownLoad(bool create_folder);
 
  private:
+  /// The host's items, read from its "|" lists: folder items (folders, patterns) with their
+  /// local folders, and single files with their local destinations.
   struct Job {
-    std::string remote_folders, local_folders, remote_files, local_files;
+    std::vector<std::string> remote_folders, local_folders, remote_files, local_files;
   };
   Job Pair(const std::vector<std::string>& remote, const std::vector<std::string>& local);
   void StartJob();
   void CloseJob();
-
-  bool DownLoadAll(bool create_folder);
-  bool AllBody(bool create_folder);
+  /// One step of the job inside the engine's error boundary (reported as "DownLoadAll").
+  bool Step(const std::function<bool()>& body);
   bool FolderMode(const std::vector<std::string>& remote, const std::vector<std::string>& local,
                   bool create_folder);
-  bool FolderItem(const std::string& remote_item, const std::string& folder, bool create_folder);
+  bool FolderItem(const std::string& remote_item, const std::string& folder, bool literal,
+                  bool create_folder);
   bool FileMode(const std::vector<std::string>& remote, const std::vector<std::string>& local,
                 bool create_folder);
-
+  bool TransferPairs(const std::vector<FilePair>& pairs, bool create_folder);
   bool DownLoadOne(bool create_folder);
   bool OneBody(bool create_folder);
   /// Remote size and the replace decision; false when the file is finished here (skipped,
@@ -40,6 +44,8 @@ class DownloadEngine : private EngineBase {
   bool DecideRemote(bool create_folder, bool& result);
   bool AskUser();
   bool Receive();
+  /// The pair being downloaded, when it came from a listing (its listed size and date).
+  const FilePair* listed_ = nullptr;
 };
 
 }  // namespace quorvi::detail

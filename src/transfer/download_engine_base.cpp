@@ -1,6 +1,7 @@
 #include "transfer/download_engine_base.h"
 
 #include <algorithm>
+#include <string_view>
 
 #include "component/error_numbers.h"
 #include "component/error_object.h"
@@ -55,6 +56,35 @@ bool HasPattern(const std::string& item) {
 
 bool IsFolderItem(const std::string& item) {
   return (!item.empty() && item.back() == '/') || HasPattern(item);
+}
+
+std::string JoinPath(const std::string& folder, const std::string& name) {
+  if (!folder.empty() && folder.back() == '/') return folder + name;
+  return folder + "/" + name;
+}
+
+bool UsableName(const std::string& name) {
+  return !name.empty() && name != "." && name != ".." &&
+         name.find_first_of(std::string_view("/\0", 2)) == std::string::npos;
+}
+
+void EngineBase::NoteTreeFailure(const std::string& path, std::int32_t number,
+                                 const std::string& text) {
+  std::string info = text;
+  if (number == 0) {
+    number = core_.ErrorNumber();
+    info = core_.ErrorInfo();
+    if (number == errors::kCanceled) RaiseRecorded("DownLoadAll");
+    core_.error().Clear();
+    core_.ClearLastError();
+  }
+  WriteLog("Tree.Failed:" + path + "#" + std::to_string(number) + "#" + info);
+  core_.transfer.lists.RecordFailed(path);
+  if (!tree_failure_) tree_failure_.emplace(number, info);
+}
+
+void EngineBase::RaiseTreeFailure() {
+  if (tree_failure_) throw *tree_failure_;
 }
 
 bool OnlySeparators(const std::string& list) {

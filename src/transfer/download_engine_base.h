@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <initializer_list>
+#include <optional>
 #include <vector>
 #include <string>
 
@@ -38,6 +39,19 @@ std::string CorrespondName(const std::string& item);
 /// Drops one trailing "|".
 void DropTrailingBar(std::string& list);
 
+/// One file of a batch: both paths exact (names joined as listed or walked).
+struct FilePair {
+  std::string remote;
+  std::string local;
+  double listed_size = -1;  ///< from the folder's listing; -1 when not known
+  std::string listed_date;
+};
+/// folder + "/" + name, without doubling a "/" that ends folder; name is taken as it is.
+std::string JoinPath(const std::string& folder, const std::string& name);
+/// A name a folder's entry may have: not empty, ".", ".." and without "/" or NUL (anything
+/// else would place the entry outside its folder).
+bool UsableName(const std::string& name);
+
 class EngineBase {
  public:
   explicit EngineBase(Core& core);
@@ -68,6 +82,12 @@ class EngineBase {
   void PauseAfterFile() const;
   /// The created-directories switch of an upload: on, or off with its list emptied.
   void CreatedDirectories(bool on);
+  /// A folder of a tree job that could not be listed, or an entry that could not be taken: its
+  /// path goes into FailedFiles, the job goes on and ends with the first such failure. Without
+  /// number, the recorded error is taken (and cleared); a cancel is raised at once.
+  void NoteTreeFailure(const std::string& path, std::int32_t number = 0, const std::string& text = {});
+  /// Raises the first noted tree failure, if any.
+  void RaiseTreeFailure();
   /// The one-file failure path: not retried → recorded, false; retried → countdown, then
   /// again() with the resume setting and OnError off.
   bool HandleFailure(const ComponentError& e, const std::string& procedure, const RetryRule& rule,
@@ -79,6 +99,7 @@ class EngineBase {
 
  private:
   bool RetryCountdown(const std::string& text);
+  std::optional<ComponentError> tree_failure_;
 };
 
 }  // namespace quorvi::detail

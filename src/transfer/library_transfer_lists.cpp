@@ -43,6 +43,11 @@ std::string FtpLibrary::SkippedFiles() {
                  [&] { return core_->transfer.lists.SkippedFiles(); });
 }
 
+std::string FtpLibrary::FailedFiles() {
+  return Guarded(*core_, "FailedFiles", std::string(),
+                 [&] { return core_->transfer.lists.FailedFiles(); });
+}
+
 std::string FtpLibrary::CanceledFileList() const {
   return Guarded(*core_, "CanceledFileList", std::string(),
                  [&] { return core_->transfer.lists.CanceledFileList(); });

@@ -65,6 +65,7 @@ std::string TransferLists::TransferedRemoteFiles() {
   return WithoutLeadingBar(transferred_remote_);
 }
 std::string TransferLists::SkippedFiles() { return WithoutLeadingBar(skipped_); }
+std::string TransferLists::FailedFiles() { return WithoutLeadingBar(failed_); }
 std::string TransferLists::CanceledFileList() const { return Tidy(canceled_); }
 std::string TransferLists::AbortedFileList() const { return Tidy(aborted_); }
 
@@ -89,6 +90,7 @@ void TransferLists::ClearResults() {
   transferred_local_.clear();
   transferred_remote_.clear();
   skipped_.clear();
+  failed_.clear();
   local_seen_.clear();
   remote_seen_.clear();
 }

@@ -25,6 +25,7 @@ class TransferLists {
   std::string TransferedLocalFiles();
   std::string TransferedRemoteFiles();
   std::string SkippedFiles();
+  std::string FailedFiles();
   /// The lists with doubled separators collapsed and no separator at either end.
   std::string CanceledFileList() const;
   std::string AbortedFileList() const;
@@ -34,6 +35,8 @@ class TransferLists {
   void RecordTransferred(const std::string& local_path, const std::string& remote_path);
   void RecordSkipped(const std::string& path) { skipped_.append("|").append(path); }
   void RecordAborted(const std::string& path) { aborted_.append("|").append(path); }
+  /// A folder that could not be listed or an entry that could not be transferred by a tree job.
+  void RecordFailed(const std::string& path) { failed_.append("|").append(path); }
   /// True when path was canceled and not appended again (case ignored).
   bool IsCanceled(const std::string& path) const;
   /// Hands the upload queue to the caller and empties it.
@@ -60,6 +63,7 @@ class TransferLists {
   std::string transferred_local_;
   std::string transferred_remote_;
   std::string skipped_;
+  std::string failed_;
   std::unordered_set<std::string> local_seen_;   // lower-cased entries of transferred_local_
   std::unordered_set<std::string> remote_seen_;  // lower-cased entries of transferred_remote_
 };

@@ -292,6 +292,7 @@ std::vector<MemberRow> BuildRows() {
       QV_R(TransferedLocalFiles),
       QV_R(TransferedRemoteFiles),
       QV_R(SkippedFiles),
+      QV_R(FailedFiles),
       QV_R(CanceledFileList),
       QV_R(AbortedFileList),
       // Progress

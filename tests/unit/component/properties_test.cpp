@@ -119,7 +119,7 @@ TEST(Properties, TextSettings) {
   lib.KeepAliveCommand("  noop ");
   EXPECT_EQ(lib.core().settings.keep_alive_command, "NOOP");
   lib.LocalPath("  //tmp//x\\y  ");
-  EXPECT_EQ(lib.LocalPath(), "/tmp/x/y");
+  EXPECT_EQ(lib.LocalPath(), "/tmp/x\\y");
   lib.UTF8(false);  // an explicit encoding ends automatic detection
   lib.AutoEncoding(true);
   lib.UTF8(true);

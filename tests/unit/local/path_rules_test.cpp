@@ -16,8 +16,9 @@ struct Case {
 
 TEST(PathRules, FormatLocalPath) {
   const Case cases[] = {
-      {" /c/a//b\\\\\\c\\ ", "/c/a/b/c/"},        {"//srv/share//x", "/srv/share/x"},
-      {"/d/a.txt|/e//b.txt", "/d/a.txt|/e/b.txt"}, {"\\\\srv\\share", "/srv/share"},
+      // A backslash is a name character on Linux, never a separator.
+      {" /c/a//b\\c\\ ", "/c/a/b\\c\\"},         {"//srv/share//x", "/srv/share/x"},
+      {"/d/a.txt|/e//b.txt", "/d/a.txt|/e/b.txt"}, {"\\srv\\share", "\\srv\\share"},
       {"   ", ""},
   };
   for (const auto& c : cases) EXPECT_EQ(FormatLocalPath(c.in), c.out) << c.in;
@@ -25,7 +26,7 @@ TEST(PathRules, FormatLocalPath) {
 
 TEST(PathRules, FormatFTPPath) {
   const Case cases[] = {
-      {"\\pub\\\\a//b/", "/pub/a/b/"},           {"http://h//x", "http://h/x"},
+      {"/pub/back\\slash//b/", "/pub/back\\slash/b/"},           {"http://h//x", "http://h/x"},
       {" https://h///x//y ", "https://h/x/y"}, {"/a|http://h/b", "/a|http://h/b"},
       {"HTTP://h//x", "HTTP:/h/x"},  // the schemes are matched in lower case only
   };
@@ -35,11 +36,11 @@ TEST(PathRules, FormatFTPPath) {
 TEST(PathRules, ParentFolderAndAbsolute) {
   const Case parents[] = {
       {"a.txt", ""}, {"/a.txt", "/"},     {"/a/", "/a"},
-      {"/", ""},     {"\\up\\a", "/up"}, {" /x//y/z ", "/x/y"},
+      {"/", ""},     {"/up\\a", "/"}, {" /x//y/z ", "/x/y"},
   };
   for (const auto& c : parents) EXPECT_EQ(GetParentFolderPath(c.in), c.out) << c.in;
 
-  for (auto [path, absolute] : {std::pair{" /a", true}, {"\\a", true}, {"a/b", false}, {"", false}})
+  for (auto [path, absolute] : {std::pair{" /a", true}, {"\\a", false}, {"a/b", false}, {"", false}})
     EXPECT_EQ(IsAbsoluteLocalPath(path), absolute) << path;
 }
 

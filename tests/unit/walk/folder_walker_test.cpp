@@ -4,6 +4,10 @@
 
 #include <filesystem>
 #include <fstream>
+#include <utility>
+#include <vector>
+
+#include <sys/stat.h>
 
 namespace fs = std::filesystem;
 using namespace quorvi::detail;
@@ -70,9 +74,36 @@ TEST_F(WalkTree, EmptyAndFolderOnlyTreesAndBackslashes) {
   EXPECT_EQ(Walk(d_), "");
   Folder("d/p/q");
   EXPECT_EQ(Walk(d_), d_ + "/p|1*" + d_ + "/p/q|1");
-  std::string with_backslashes = d_ + "\\p";
-  EXPECT_EQ(GetFolderFilePath(with_backslashes), d_ + "/p/q|1");
-  EXPECT_EQ(with_backslashes, d_ + "/p/");
+  // A backslash is part of a name: "b\\p" is a folder of its own, not "b/p".
+  Folder("d/b\\p");
+  std::string with_backslash = d_ + "/b\\p";
+  EXPECT_EQ(GetFolderFilePath(with_backslash), "");
+  EXPECT_EQ(with_backslash, d_ + "/b\\p/");
+}
+
+// The typed walk keeps every name as it is: the text separators "|" and "*", pattern
+// characters and backslashes are characters; special files are told apart from files.
+TEST_F(WalkTree, TypedWalkKeepsAwkwardNamesAndTellsSpecialFiles) {
+  const std::string names[] = {"-dash", "a b ", "back\\slash", "pi|pe", "que?ry", "st*ar"};
+  for (const auto& n : names) File("d/" + n, 1);
+  Folder("d/sub*dir");
+  File("d/sub*dir/in|side", 1);
+  ASSERT_EQ(::mkfifo((root_ / "d/fifo").c_str(), 0600), 0);
+  fs::create_symlink(root_ / "d/none", root_ / "d/dangling");
+  const auto entries = WalkFolder(d_);
+  std::vector<std::pair<std::string, WalkKind>> got;
+  for (const auto& e : entries) got.emplace_back(e.path.substr(d_.size() + 1), e.kind);
+  const std::vector<std::pair<std::string, WalkKind>> expected = {
+      {"-dash", WalkKind::kFile},        {"a b ", WalkKind::kFile},
+      {"back\\slash", WalkKind::kFile},  {"dangling", WalkKind::kOther},
+      {"fifo", WalkKind::kOther},        {"pi|pe", WalkKind::kFile},
+      {"que?ry", WalkKind::kFile},       {"st*ar", WalkKind::kFile},
+      {"sub*dir", WalkKind::kFolder},    {"sub*dir/in|side", WalkKind::kFile}};
+  EXPECT_EQ(got, expected);
+  // A pattern lists matching files of the folder itself only.
+  const auto matched = WalkFolder(d_, "*r*");
+  ASSERT_EQ(matched.size(), 2u);  // que?ry, st*ar (not the folder sub*dir)
+  EXPECT_EQ(matched[0].path, d_ + "/que?ry");
 }
 
 TEST_F(WalkTree, PatternListsMatchingFilesOfThatFolderOnly) {
@@ -136,7 +167,7 @@ TEST_F(WalkTree, SizeWalkNormalisesAndCountsEveryLevel) {
   File("d/sub/more/c.bin", 100);
   FolderTotals totals;
   EXPECT_EQ(LocalFolderSize(totals, d_ + "//", 0), 200);
-  EXPECT_EQ(LocalFolderSize(totals, d_ + "\\sub", 0), 190);
+  EXPECT_EQ(LocalFolderSize(totals, d_ + "//sub", 0), 190);
   EXPECT_EQ(LocalFolderSize(totals, d_ + "/none", 0), 0);
   EXPECT_EQ(LocalFolderSize(totals, "relative/path", 0), 0);
   EXPECT_EQ(LocalFolderFileCount(totals, d_ + "/none", 0), 0);
