@@ -412,4 +412,9 @@ std::optional<CFtpFiles> GetFileListX(std::string_view text, const ListingContex
   return files;
 }
 
+bool UsableEntryName(std::string_view name) {
+  return !name.empty() && name != "." && name != ".." &&
+         name.find_first_of(std::string_view("/\0", 2)) == std::string_view::npos;
+}
+
 }  // namespace quorvi::detail

@@ -40,4 +40,8 @@ std::optional<std::string> GetDosDate(std::string_view date, std::string_view ti
 /// shape.
 std::optional<std::string> GetMLSDFileTime(std::string_view value);
 
+/// A name an entry of a folder can have: not empty, not "." or "..", without "/" or NUL. A
+/// listing may hold anything; joined to its folder, any other name would point elsewhere.
+bool UsableEntryName(std::string_view name);
+
 }  // namespace quorvi::detail

@@ -10,6 +10,7 @@
 #include "component/error_object.h"
 #include "ftp/data_connection.h"
 #include "ftp/ftp_text.h"
+#include "ftp/listing_parser.h"
 #include "ftp/listing_retrieval.h"
 #include "ftp/remote_file_ops.h"
 #include "ftp/remote_queries.h"
@@ -98,7 +99,8 @@ bool EmptyAndRemove(Core& core, const std::string& path) {
 // link, not another case of it).
 bool FolderIsListed(Core& core, const std::string& path) {
   const DirectorySplit split = SplitDirectoryName(path);
-  const auto files = GetFtpDirectoryInfo(core, split.parent.empty() ? "/" : split.parent);
+  // The parent is a folder path, never a pattern: "?" or "*" in it are characters.
+  const auto files = GetFtpFolderEntries(core, split.parent.empty() ? "/" : split.parent);
   if (!files) return false;
   return std::any_of(files->begin(), files->end(), [&](const CFtpFile& file) {
     return file.IsDirectory() && file.FileName() == split.name;
@@ -164,7 +166,7 @@ bool ExistDirectory(Core& core, const std::string& directory_name) {
       WriteLog("ExistDirectory -- Root -- " + split.parent);
       return true;
     }
-    const auto files = GetFtpDirectoryInfo(core, split.parent);
+    const auto files = GetFtpFolderEntries(core, split.parent.empty() ? "/" : split.parent);
     if (!files) return false;
     const std::string wanted = FoldCase(split.name);
     for (const auto& file : *files) {
@@ -237,19 +239,26 @@ bool RemoveFTPFolderAndFiles(Core& core, const std::string& folder_path) {
   return Guarded(core, "RemoveFTPFolderAndFiles", false, [&] {
     DirectoryLists& lists = DataConnection::Of(core).directories;
     const LevelScope depth(lists.removal_depth);
-    const std::string folder = FormatFTPPath(folder_path + "\\");
+    const std::string folder = FormatFTPPath(folder_path + "/");
     if (depth.level() > kMaxRemovalDepth)
       Fail(errors::ReplyError(550), "Removal stopped: more than 64 folder levels below [ " + folder + " ]");
 
     bool result = false;
-    if (const auto files = GetRemoteFilesInfo(core, folder)) {
+    // The folder is taken literally: listed as a pattern, "a?b" would also list "acb" and
+    // its files would be deleted.
+    if (const auto files = GetRemoteFolderEntries(core, folder)) {
       for (const auto& file : *files) {
-        if (core.ErrorNumber() != 0) break;
-        if (!file.IsDirectory()) DeleteRemoteFile(core, file.FilePath());
+        // A name that is no name of this folder ("..", "a/b") is never deleted through it.
+        if (!UsableEntryName(file.FileName()))
+          Fail(errors::kUnknownListFormat, "Unusable name in the listing of " + folder + ": \"" + file.FileName() + "\"");
       }
       for (const auto& file : *files) {
         if (core.ErrorNumber() != 0) break;
-        if (file.IsDirectory()) result = RemoveFTPFolderAndFiles(core, file.FilePath());
+        if (!file.IsDirectory()) DeleteRemoteFile(core, folder + file.FileName());
+      }
+      for (const auto& file : *files) {
+        if (core.ErrorNumber() != 0) break;
+        if (file.IsDirectory()) result = RemoveFTPFolderAndFiles(core, folder + file.FileName());
       }
     }
     if (core.ErrorNumber() != 0) return result;

@@ -119,9 +119,18 @@ std::optional<CFtpFiles> GetFtpDirectoryInfo(Core& core, const std::string& dire
 
 std::optional<CFtpFiles> GetFtpFolderEntries(Core& core, const std::string& folder) {
   auto files = GetRemoteFolderEntries(core, folder);
-  if (!files && core.ErrorNumber() == 0 && !FolderCanBeEntered(core, folder, true)) {
+  std::string path = FormatFTPPath(folder);
+  if (path.size() > 1 && path.back() == '/') path.pop_back();
+  // Nothing, or a lone folder of the folder's own name, is also what servers send for a folder
+  // they cannot read (vsftpd lists it like "ls -d"): only a folder that can be entered is
+  // empty, or holds a folder of its own name.
+  const bool doubtful =
+      !files || (files->Count() == 1 && files->Item(1)->IsDirectory() &&
+                 files->Item(1)->FileName() == MFile::GetFileName(path));
+  if (doubtful && core.ErrorNumber() == 0 && !FolderCanBeEntered(core, folder, true)) {
     RecordError("GetFtpDirectoryInfo", errors::kRemoteFolderMissing,
                 TextWithPath(errors::kRemoteFolderMissing, folder));
+    files.reset();
   }
   return files;
 }

@@ -3,6 +3,7 @@
 #include "component/error_numbers.h"
 #include "component/error_object.h"
 #include "ftp/ftp_text.h"
+#include "ftp/listing_parser.h"
 #include "ftp/remote_directory_ops.h"
 #include "ftp/remote_queries.h"
 #include "ftp/session.h"
@@ -20,8 +21,8 @@ namespace quorvi::detail {
 namespace {
 
 // Failures a download never retries: missing file, broken data connection, size limit,
-// SIZE answered 550, syntax errors, refused connection.
-const RetryRule kDownloadRetry{{20007, 20061, 20003, 16550, 16501, 10061, 501},
+// SIZE answered 550, a name the server does not allow (553), syntax errors, refused connection.
+const RetryRule kDownloadRetry{{20007, 20061, 20003, 16550, 16553, 16501, 10061, 501},
                                {"not found", "is invalid"}};
 
 double LocalSize(const std::string& path) {
@@ -169,7 +170,7 @@ bool DownloadEngine::FolderItem(const std::string& remote_item, const std::strin
   for (const auto& entry : *entries) {
     const std::string& name = entry.FileName();
     if (name == "." || name == "..") continue;
-    if (!UsableName(name)) {
+    if (!UsableEntryName(name)) {
       // "../x" or "a/b" would be written outside the folder it was listed in.
       NoteTreeFailure(JoinPath(remote_folder, name), errors::kUnknownListFormat,
                       "Unusable name in the listing of " + remote_folder + ": \"" + name + "\"");
@@ -185,11 +186,11 @@ bool DownloadEngine::FolderItem(const std::string& remote_item, const std::strin
   }
   if (!batch.empty() && !Step([&] { return TransferPairs(batch, create_folder); })) return false;
   for (const auto& sub : subfolders) {
-    if (!CFile::FolderExists(sub.local)) {
-      std::string created = sub.local;
+    if (!CFile::FolderExists(sub.destination)) {
+      std::string created = sub.destination;
       if (!CFile::CreateFolder(created)) return false;
     }
-    if (!Step([&] { return FolderItem(sub.remote, sub.local, true, create_folder); })) return false;
+    if (!Step([&] { return FolderItem(sub.source, sub.destination, true, create_folder); })) return false;
   }
   return true;
 }
@@ -230,8 +231,8 @@ bool DownloadEngine::TransferPairs(const std::vector<FilePair>& pairs, bool crea
   lists.queue_total = static_cast<std::int32_t>(pairs.size());
   for (std::size_t i = 0; i < pairs.size(); ++i) {
     lists.queue_index = static_cast<std::int32_t>(i + 1);
-    s.remote_path = pairs[i].remote;
-    s.local_path = pairs[i].local;
+    s.remote_path = pairs[i].source;
+    s.local_path = pairs[i].destination;
     engine_.attempt = 1;
     listed_ = &pairs[i];
     const bool done = DownLoadOne(create_folder);

@@ -63,11 +63,6 @@ std::string JoinPath(const std::string& folder, const std::string& name) {
   return folder + "/" + name;
 }
 
-bool UsableName(const std::string& name) {
-  return !name.empty() && name != "." && name != ".." &&
-         name.find_first_of(std::string_view("/\0", 2)) == std::string::npos;
-}
-
 void EngineBase::NoteTreeFailure(const std::string& path, std::int32_t number,
                                  const std::string& text) {
   std::string info = text;

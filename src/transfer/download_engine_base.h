@@ -39,18 +39,17 @@ std::string CorrespondName(const std::string& item);
 /// Drops one trailing "|".
 void DropTrailingBar(std::string& list);
 
-/// One file of a batch: both paths exact (names joined as listed or walked).
+/// One file of a batch: where it is read and where it is written (remote then local for a
+/// download, local then remote for an upload), both exact (names joined as listed or walked).
 struct FilePair {
-  std::string remote;
-  std::string local;
+  std::string source;
+  std::string destination;
   double listed_size = -1;  ///< from the folder's listing; -1 when not known
   std::string listed_date;
 };
 /// folder + "/" + name, without doubling a "/" that ends folder; name is taken as it is.
 std::string JoinPath(const std::string& folder, const std::string& name);
-/// A name a folder's entry may have: not empty, ".", ".." and without "/" or NUL (anything
-/// else would place the entry outside its folder).
-bool UsableName(const std::string& name);
+
 
 class EngineBase {
  public:

@@ -21,8 +21,9 @@ namespace quorvi::detail {
 
 namespace {
 
-// Failures an upload never retries; a refusal that says "denied" or "deny" neither.
-const RetryRule kUploadRetry{{20007, 20061, 20003, 16550, 16501, 16010, 10061},
+// Failures an upload never retries (553: a name the server does not allow); a refusal that
+// says "denied" or "deny" neither.
+const RetryRule kUploadRetry{{20007, 20061, 20003, 16550, 16553, 16501, 16010, 10061},
                              {"denied", "deny"}};
 
 std::string Trimmed(const std::string& text) { return std::string(TrimBlanks(text)); }
@@ -32,34 +33,18 @@ double LocalSize(const std::string& path) {
   return status ? status->size : -1;
 }
 
-// The walker's "Error:<text>#|#<number>" as a failure of the folder item.
-[[noreturn]] void FailWalk(const std::string& entries, const std::string& item) {
-  std::string text = entries.substr(6);
-  std::int32_t number = 0;
-  if (const auto mark = text.find("#|#"); mark != std::string::npos) {
-    number = std::atoi(text.c_str() + mark + 3);
-    text.resize(mark);
-  }
-  if (number == 5 || ftp_text::Contains(ftp_text::Lower(text), "invalid procedure call")) {
-    text = "Some files in '" + item + "' is being used by another process,please try again later.";
-  }
-  Fail(number == 0 ? 75 : number, text, "Upload.GetFolderFilePath");
-}
-
 }  // namespace
 
-double GetTotalSizeLocal(FolderTotals& totals, const std::string& folders,
-                         const std::string& files) {
+double GetTotalSizeLocal(FolderTotals& totals, const std::vector<std::string>& folders,
+                         const std::vector<std::string>& files) {
   double total = 0;
   try {
-    for (const auto& folder : SplitList(folders))
-      if (!Trimmed(folder).empty()) total += LocalFolderSize(totals, Trimmed(folder), 0);
+    for (const auto& folder : folders) total += LocalFolderSize(totals, folder, 0);
   } catch (const ComponentError&) {
     return -1;
   }
-  for (const auto& file : SplitList(files)) {
-    if (Trimmed(file).empty()) continue;
-    const double size = LocalSize(Trimmed(file));
+  for (const auto& file : files) {
+    const double size = LocalSize(file);
     if (size < 0) return -1;
     total += size;
   }
@@ -85,6 +70,7 @@ bool UploadEngine::UpLoad(bool create_folder) {
     WriteLog("Upload.LocalPath=" + s.local_path);
     WriteLog("Upload.RemotePath=" + s.remote_path);
 
+    // The host's "|" lists are read here, once; everything below passes typed paths.
     const Job job = Pair(SplitList(s.local_path), SplitList(s.remote_path));
     Progress& p = core_.transfer.progress;
     if (s.show_total_percent) {
@@ -95,7 +81,10 @@ bool UploadEngine::UpLoad(bool create_folder) {
       WriteLog("UL#TFS#" + NumberText(p.total_file_size) + "#" + s.local_path);
       if (p.total_file_size < 0) Fail(errors::kLocalFileMissing, GetErrorText(errors::kLocalFileMissing) + "#" + s.local_path, "Upload");
     }
+    const std::string host_remote = s.remote_path, host_local = s.local_path;
     bool ok = RunJob(job, create_folder);
+    s.remote_path = host_remote;
+    s.local_path = host_local;
 
     ResetDialogAnswer(s.replace_setting);
     core_.transfer.lists.ClearCanceled();
@@ -119,28 +108,24 @@ UploadEngine::Job UploadEngine::Pair(const std::vector<std::string>& local,
   Settings& s = settings();
   TransferLists& lists = core_.transfer.lists;
   for (std::size_t i = 0; i < local.size(); ++i) {
-    std::string l = Trimmed(local[i]);
+    std::string l = FormatLocalPath(local[i]);
     if (l.empty()) continue;
-    const std::string d =
-        i < remote.size() ? Trimmed(remote[i]) : GetParentFolderPath(remote[0]);
+    const std::string d = FormatFTPPath(i < remote.size() ? remote[i] : GetParentFolderPath(remote[0]));
     if (IsFolderItem(l)) {
       if (HasPattern(l) && l.back() == '/') l.pop_back();
       if (!lists.queue_pass) {
         lists.queue_total += static_cast<std::int32_t>(
             LocalFolderFileCount(core_.transfer.folder_totals, l, 0));
       }
-      job.local_folders += l + "|";
-      job.remote_folders +=
-          (s.create_correspond_folder ? d + "/" + CorrespondName(l) : d) + "|";
+      job.local_folders.push_back(l);
+      job.remote_folders.push_back(s.create_correspond_folder ? JoinPath(d, CorrespondName(l)) : d);
     } else {
       CheckFileType(l, s.file_type_allow, s.file_type_forbid, "UpLoad");
       if (!lists.queue_pass) lists.queue_total += 1;
-      job.local_files += l + "|";
-      job.remote_files += (i < remote.size() ? d : d + "/") + "|";
+      job.local_files.push_back(l);
+      job.remote_files.push_back(i < remote.size() ? d : d + "/");
     }
   }
-  for (auto* list : {&job.local_folders, &job.remote_folders, &job.local_files, &job.remote_files})
-    DropTrailingBar(*list);
   return job;
 }
 
@@ -153,25 +138,17 @@ void UploadEngine::StartJob() {
 }
 
 bool UploadEngine::RunJob(const Job& job, bool create_folder) {
-  Settings& s = settings();
   bool ok = false, folder_job_failed = false;
-  s.remote_path = job.remote_folders;
-  s.local_path = job.local_folders;
-  if (!s.local_path.empty()) {
-    s.local_path = FormatLocalPath(s.local_path);
-    s.remote_path = FormatFTPPath(s.remote_path);
-    if (UpLoadAll(create_folder)) {
-      ok = OnlySeparators(job.local_files);
+  if (!job.local_folders.empty()) {
+    if (Step([&] { return FolderMode(job.local_folders, job.remote_folders); })) {
+      ok = job.local_files.empty();
     } else {
       folder_job_failed = true;
     }
   }
-  s.local_path = job.local_files;
-  s.remote_path = job.remote_files.empty() ? job.remote_folders : job.remote_files;
-  if (!s.local_path.empty() && !folder_job_failed) {
-    s.local_path = FormatLocalPath(s.local_path);
-    s.remote_path = FormatFTPPath(s.remote_path);
-    ok = UpLoadAll(create_folder) && core_.ErrorNumber() == 0;
+  if (!job.local_files.empty() && !folder_job_failed) {
+    ok = Step([&] { return FileMode(job.local_files, job.remote_files, create_folder); }) &&
+         core_.ErrorNumber() == 0;
   }
   return ok;
 }
@@ -222,9 +199,13 @@ void UploadEngine::FailJob() {
   s.create_correspond_folder = false;
 }
 
-bool UploadEngine::UpLoadAll(bool create_folder) {
+bool UploadEngine::Step(const std::function<bool()>& body) {
   try {
-    return AllBody(create_folder);
+    core_.error().Clear();
+    if (core_.rt.operation != opNone) Fail(errors::kUnfinished, GetErrorText(errors::kUnfinished), "UpLoadAll");
+    NoteAbortRequest();
+    if (ErrorRecorded()) RaiseRecorded("UpLoadAll");
+    return body();
   } catch (const ComponentError& e) {
     ResetDialogAnswer(settings().replace_setting);
     core_.ReportError("UpLoadAll", e.number(), e.text());
@@ -232,110 +213,97 @@ bool UploadEngine::UpLoadAll(bool create_folder) {
   return false;
 }
 
-bool UploadEngine::AllBody(bool create_folder) {
-  Settings& s = settings();
-  core_.error().Clear();
-  if (core_.rt.operation != opNone) Fail(errors::kUnfinished, GetErrorText(errors::kUnfinished), "UpLoadAll");
-  if (s.local_path.empty()) Fail(errors::kNoLocalPath, GetErrorText(errors::kNoLocalPath), "UpLoadAll");
-  if (s.remote_path.empty()) Fail(errors::kNoRemotePath, GetErrorText(errors::kNoRemotePath), "UpLoadAll");
-  s.remote_path = FormatFTPPath(s.remote_path);
-  NoteAbortRequest();
-  if (ErrorRecorded()) RaiseRecorded("UpLoadAll");
-
-  s.local_path = FormatLocalPath(s.local_path);
-  const auto local = SplitList(s.local_path);
-  const auto remote = SplitList(s.remote_path);
-  if (!IsFolderItem(s.local_path)) return FileMode(local, remote, create_folder);
+bool UploadEngine::FolderMode(const std::vector<std::string>& local,
+                              const std::vector<std::string>& remote) {
   for (std::size_t i = 0; i < local.size(); ++i) {
-    if (!FolderItem(Trimmed(local[i]), Trimmed(i < remote.size() ? remote[i] : remote[0])))
-      return false;
+    if (!FolderItem(local[i], i < remote.size() ? remote[i] : remote[0])) return false;
   }
+  RaiseTreeFailure();
   return true;
 }
 
+// One folder item: the walk of the folder (or the files a pattern matches), each file paired
+// with its path below the remote folder, then the folders the walk found (empty ones too).
 bool UploadEngine::FolderItem(const std::string& item, const std::string& remote) {
   Settings& s = settings();
   s.remote_path = remote;
   if (remote != "/" && !CreateDirectory(core_, remote, true)) return false;
 
-  std::string local_root = item;
-  if (local_root.empty() || local_root.back() != '/') {
-    if (HasPattern(local_root)) local_root = GetParentFolderPath(local_root);
-    local_root = FormatLocalPath(local_root + "/");
+  std::string folder = item, pattern;
+  if (!folder.empty() && folder.back() != '/' && HasPattern(MFile::GetFileName(folder))) {
+    pattern = MFile::GetFileName(folder);
+    folder = GetParentFolderPath(folder);
   }
-  engine_.local_root = local_root;
-  engine_.remote_root = remote.empty() || remote.back() != '/' ? remote + "/" : remote;
+  if (folder.empty() || folder.back() != '/') folder += '/';
+  const std::string remote_root = remote.empty() || remote.back() != '/' ? remote + "/" : remote;
+  const auto remote_of = [&](const std::string& local) {
+    return remote_root + local.substr(std::min(local.size(), folder.size()));
+  };
 
-  std::string walked = item;
-  const std::string entries = GetFolderFilePath(
-      walked, true, kWalkMarked, {[this] { core_.pump().DoEvents(); }, {}});
-  std::string files, folders;
-  for (const auto& entry : SplitList(entries, '*')) {
-    // A folder that could not be read fails the item rather than leaving its files out.
-    if (entry.rfind("Error:", 0) == 0) FailWalk(entry, item);
-    if (entry.empty()) continue;
-    const bool marked = entry.find('|') != std::string::npos;
-    const std::string path = marked ? entry.substr(0, entry.size() - 2) : entry;
-    if (entry.size() >= 2 && entry.compare(entry.size() - 2, 2, "|1") == 0) {
-      folders += engine_.remote_root + path.substr(std::min(path.size(), local_root.size())) + "|";
-    } else {
-      files += path + "|";
+  const auto entries =
+      WalkFolder(folder, pattern, true, {[this] { core_.pump().DoEvents(); }, {}});
+  std::vector<FilePair> batch;
+  std::vector<std::string> folders;
+  for (const WalkEntry& e : entries) {
+    switch (e.kind) {
+      case WalkKind::kFile: batch.push_back({e.path, remote_of(e.path), -1, {}}); break;
+      case WalkKind::kFolder: folders.push_back(remote_of(e.path)); break;
+      case WalkKind::kOther:
+        // A FIFO, socket, device or dangling link holds no file to send (reading a FIFO would
+        // wait for a writer forever).
+        WriteLog("Upload.NotAFile:" + e.path);
+        core_.transfer.lists.RecordSkipped(e.path);
+        break;
+      case WalkKind::kUnreadable:
+        // A folder that could not be read fails the job after the rest is sent.
+        NoteTreeFailure(e.path, e.error_number,
+                        e.error_text + " [ " + e.path + " ]");
+        break;
     }
   }
-  if (!files.empty()) {
-    s.remote_path = FormatFTPPath(s.remote_path + "/");
-    s.local_path = files;
-    const bool ok = UpLoadAll(false);
-    engine_.local_root.clear();
-    engine_.remote_root.clear();
-    if (!ok) return false;
-  }
-  engine_.local_root.clear();
-  engine_.remote_root.clear();
-  // Empty local folders exist on the server too.
-  for (const auto& folder : SplitList(FormatFTPPath(folders)))
-    if (!folder.empty()) CreateDirectory(core_, folder, true);
+  if (!batch.empty() && !Step([&] { return TransferPairs(batch, true); })) return false;
+  // Empty local folders exist on the server too; one the server refuses fails the job.
+  for (const auto& path : folders)
+    if (!CreateDirectory(core_, path, true)) NoteTreeFailure(path);
   return true;
 }
 
 std::string UploadEngine::FileTarget(const std::string& local, std::size_t i,
                                      const std::vector<std::string>& remote,
                                      bool single_folder) const {
-  if (single_folder) return remote[0] + "/" + MFile::GetFileName(local);
+  if (single_folder) return JoinPath(remote[0], MFile::GetFileName(local));
   if (i >= remote.size()) return {};
-  const std::string target = Trimmed(remote[i]);
-  if (!target.empty() && target.back() == '/') return target + "/" + MFile::GetFileName(local);
+  const std::string& target = remote[i];
+  if (!target.empty() && target.back() == '/') return target + MFile::GetFileName(local);
   return target;
 }
 
 bool UploadEngine::FileMode(const std::vector<std::string>& local,
                             const std::vector<std::string>& remote, bool create_folder) {
+  const bool single_folder = remote.size() == 1 && !remote[0].empty() && remote[0].back() == '/';
+  std::vector<FilePair> pairs;
+  for (std::size_t i = 0; i < local.size(); ++i) {
+    std::string target = FileTarget(local[i], i, remote, single_folder);
+    if (target.empty()) Fail(errors::kNoSavePath, ErrorTextWith(20019, local[i]), "UpLoadAll");
+    pairs.push_back({local[i], FormatFTPPath(target), -1, {}});
+  }
+  return TransferPairs(pairs, create_folder);
+}
+
+// One file after the other, each path exactly as given: no list syntax, pattern or trimming
+// applies to them any more.
+bool UploadEngine::TransferPairs(const std::vector<FilePair>& pairs, bool create_folder) {
   Settings& s = settings();
   TransferLists& lists = core_.transfer.lists;
-  const bool single_folder = remote.size() == 1 && !remote[0].empty() && remote[0].back() == '/';
-  const std::string saved_remote = s.remote_path;
-  for (std::size_t i = 0; i < local.size(); ++i) {
-    s.remote_path.clear();
-    s.local_path = Trimmed(local[i]);
-    if (lists.IsCanceled(s.local_path)) {
-      WriteLog("Skip upload:" + s.local_path + "#[" + lists.CanceledFileList() + "]");
+  for (const FilePair& pair : pairs) {
+    if (lists.IsCanceled(pair.source)) {
+      WriteLog("Skip upload:" + pair.source + "#[" + lists.CanceledFileList() + "]");
       continue;
     }
-    if (s.local_path.empty()) continue;
-    s.remote_path = FileTarget(s.local_path, i, remote, single_folder);
-    if (s.remote_path.empty()) Fail(errors::kNoSavePath, ErrorTextWith(20019, s.local_path), "UpLoadAll");
-    bool file_create_folder = create_folder;
-    if (!engine_.local_root.empty()) {
-      // A file of a folder item keeps its path relative to the item's root.
-      file_create_folder = true;
-      s.remote_path = engine_.remote_root +
-                      s.local_path.substr(std::min(s.local_path.size(), engine_.local_root.size()));
-    }
-    s.remote_path = AvoidJobFiles(s.remote_path);
-    s.local_path = FormatLocalPath(s.local_path);
-    s.remote_path = FormatFTPPath(s.remote_path);
+    s.local_path = pair.source;
+    s.remote_path = AvoidJobFiles(pair.destination);
     engine_.attempt = 1;
-    if (!UpLoadOne(file_create_folder)) {
+    if (!UpLoadOne(create_folder)) {
       core_.rt.transfer_state.clear();
       AbandonCurrentFile(s.local_path, "UpLoadAll_AbortCurrent");
     }
@@ -343,7 +311,6 @@ bool UploadEngine::FileMode(const std::vector<std::string>& local,
     NoteAbortRequest();
     if (ErrorRecorded()) RaiseRecorded("UpLoadAll");
   }
-  s.remote_path = saved_remote;
   return true;
 }
 

@@ -4,6 +4,7 @@
 // STOR resumption, remote folder creation, verification, retry).
 #pragma once
 
+#include <functional>
 #include <string>
 #include <unordered_set>
 #include <vector>
@@ -20,23 +21,26 @@ class UploadEngine : private EngineBase {
   bool UpLoad(bool create_folder);
 
  private:
+  /// The host's items, read from its "|" lists: folder items (folders, patterns) with their
+  /// remote folders, and single files with their remote destinations.
   struct Job {
-    std::string local_folders, remote_folders, local_files, remote_files;
+    std::vector<std::string> local_folders, remote_folders, local_files, remote_files;
   };
   Job Pair(const std::vector<std::string>& local, const std::vector<std::string>& remote);
   void StartJob();
   bool RunJob(const Job& job, bool create_folder);
   bool QueuePass(const std::string& job_remote);
   void FailJob();
-
-  bool UpLoadAll(bool create_folder);
-  bool AllBody(bool create_folder);
+  /// One step of the job inside the engine's error boundary (reported as "UpLoadAll").
+  bool Step(const std::function<bool()>& body);
+  bool FolderMode(const std::vector<std::string>& local, const std::vector<std::string>& remote);
   bool FolderItem(const std::string& item, const std::string& remote);
   bool FileMode(const std::vector<std::string>& local, const std::vector<std::string>& remote,
                 bool create_folder);
   /// Remote path of one file of a file-mode batch ("" when none is given).
   std::string FileTarget(const std::string& local, std::size_t i,
                          const std::vector<std::string>& remote, bool single_folder) const;
+  bool TransferPairs(const std::vector<FilePair>& pairs, bool create_folder);
   /// Queue pass: a target the finished job stored gets a new name by the rename rule.
   std::string AvoidJobFiles(std::string remote) const;
 
@@ -50,9 +54,8 @@ class UploadEngine : private EngineBase {
   std::unordered_set<std::string> job_files_;
 };
 
-/// Sum of the folder sizes and file sizes of two "|"-separated lists; negative when an item
-/// cannot be measured.
-double GetTotalSizeLocal(FolderTotals& totals, const std::string& folders,
-                         const std::string& files);
+/// Sum of the folder sizes and file sizes; negative when an item cannot be measured.
+double GetTotalSizeLocal(FolderTotals& totals, const std::vector<std::string>& folders,
+                         const std::vector<std::string>& files);
 
 }  // namespace quorvi::detail

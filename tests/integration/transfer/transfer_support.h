@@ -44,6 +44,20 @@ inline std::map<std::string, std::string> TreeOf(const fs::path& root) {
   return tree;
 }
 
+/// The entries in which two trees differ ("" when they are equal), for failure messages.
+inline std::string TreeDiff(const fs::path& expected, const fs::path& actual) {
+  const auto a = TreeOf(expected), b = TreeOf(actual);
+  std::string out;
+  for (const auto& [name, content] : a) {
+    const auto it = b.find(name);
+    if (it == b.end()) out += "missing [" + name + "]\n";
+    else if (it->second != content) out += "differs [" + name + "]\n";
+  }
+  for (const auto& [name, content] : b)
+    if (!a.count(name)) out += "extra [" + name + "]\n";
+  return out;
+}
+
 /// A fresh local folder below the temporary folder.
 inline fs::path ScratchDir(const std::string& name) {
   const fs::path dir = fs::temp_directory_path() /

@@ -1,0 +1,69 @@
+// A tree job never reads a part of the tree it could not reach as success: a remote folder
+// that cannot be listed or a missing one fails the job (after the rest is transferred, with
+// its path in FailedFiles); local entries that hold no file (a FIFO, a dangling link) are
+// skipped without waiting on them.
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+#include "transfer_support.h"
+
+namespace quorvi::test {
+namespace {
+
+class TreeFailures : public TransferSuite<TreeFailures> {
+ public:
+  static ServerSetup ServerToStart() { return {ServerKind::Vsftpd}; }
+};
+
+TEST_F(TreeFailures, AnUnreadableRemoteFolderFailsTheJobAfterTheRest) {
+  server().WriteFile("perm/a.txt", "a");
+  server().WriteFile("perm/locked/secret.txt", "s");
+  server().WriteFile("perm/zz/after.txt", "after");
+  const fs::path locked = server().root() / "perm" / "locked";
+  fs::permissions(locked, fs::perms::none);
+
+  ftp_->RemotePath("/perm/");
+  ftp_->LocalPath((dir_ / "back").string() + "/");
+  EXPECT_FALSE(ftp_->DownLoad());
+  EXPECT_NE(ftp_->ErrorNumber(), 0);
+  EXPECT_EQ(ftp_->FailedFiles(), "/perm/locked");
+  // The rest of the tree is there.
+  EXPECT_EQ(ReadAll(dir_ / "back" / "a.txt"), "a");
+  EXPECT_EQ(ReadAll(dir_ / "back" / "zz" / "after.txt"), "after");
+  fs::permissions(locked, fs::perms::owner_all);
+}
+
+TEST_F(TreeFailures, AMissingRemoteFolderIsAnErrorAndAnEmptyOneIsNot) {
+  fs::create_directories(server().root() / "empty");
+  struct Case {
+    const char* remote;
+    bool ok;
+    std::int32_t error;
+  };
+  for (const Case& c : {Case{"/nope/", false, 20008}, Case{"/empty/", true, 0}}) {
+    SCOPED_TRACE(c.remote);
+    ftp_->RemotePath(c.remote);
+    ftp_->LocalPath((dir_ / "into").string() + "/");
+    EXPECT_EQ(ftp_->DownLoad(), c.ok);
+    EXPECT_EQ(ftp_->ErrorNumber(), c.error) << ftp_->ErrorInfo();
+  }
+}
+
+TEST_F(TreeFailures, LocalEntriesThatHoldNoFileAreSkipped) {
+  WriteBytes(dir_ / "up" / "real.txt", "real");
+  ASSERT_EQ(::mkfifo((dir_ / "up" / "fifo").c_str(), 0600), 0);
+  fs::create_symlink(dir_ / "up" / "gone", dir_ / "up" / "dangling");
+  ftp_->LocalPath((dir_ / "up").string() + "/");
+  ftp_->RemotePath("/up/");
+  const double seconds = Timed([&] { EXPECT_TRUE(ftp_->UpLoad()) << ftp_->ErrorInfo(); });
+  EXPECT_LT(seconds, 10);  // a FIFO opened for reading would wait for a writer for ever
+  EXPECT_EQ(ReadAll(server().root() / "up" / "real.txt"), "real");
+  EXPECT_FALSE(fs::exists(server().root() / "up" / "fifo"));
+  const std::string skipped = ftp_->SkippedFiles();
+  EXPECT_NE(skipped.find("/up/fifo"), std::string::npos) << skipped;
+  EXPECT_NE(skipped.find("/up/dangling"), std::string::npos) << skipped;
+}
+
+}  // namespace
+}  // namespace quorvi::test
