@@ -328,6 +328,13 @@ class FtpLibrary {
   std::string TransferedRemoteFiles();
   /// Source paths of the files the replace policy skipped, "|"-separated.
   std::string SkippedFiles();
+  /// Number of files the last job transferred (each once).
+  std::int32_t TransferredFileCount() const;
+  /// Number of files the replace policy skipped in the last job.
+  std::int32_t SkippedFileCount() const;
+  /// Bytes the last job moved over its data connections: a resumed file counts only what was
+  /// sent or received, a skipped one nothing.
+  double TransferredBytes() const;
   /// Remote folders that could not be listed or entered, and entries that could not be
   /// transferred (a name no file may have, a special file), by the last tree job,
   /// "|"-separated; the job failed with the first of them.

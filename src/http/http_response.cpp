@@ -197,6 +197,7 @@ void HttpDownloader::WriteBody(const char* data, std::size_t n) {
     Fail(errors::kOpenFileFailed, ErrorTextWithPath(errors::kOpenFileFailed, core_.settings.local_path));
   }
   engine.bytes += static_cast<double>(n);
+  core_.transfer.progress.job_bytes_moved += static_cast<double>(n);
   UpdateProgress();
 }
 

@@ -30,6 +30,9 @@ double LocalSize(const std::string& path) {
   return status ? status->size : 0;
 }
 
+// Deeper trees are refused: a server that lists a folder inside itself would never end.
+constexpr int kMaxTreeDepth = 64;
+
 }  // namespace
 
 bool DownloadEngine::DownLoad(bool create_folder) {
@@ -131,41 +134,48 @@ bool DownloadEngine::Step(const std::function<bool()>& body) {
 
 bool DownloadEngine::FolderMode(const std::vector<std::string>& remote,
                                 const std::vector<std::string>& local, bool create_folder) {
+  // The whole tree is listed first, so that the job's file count and size are known before
+  // its first byte moves.
+  TreePlan plan;
   for (std::size_t i = 0; i < remote.size(); ++i) {
     std::string folder = i < local.size() ? local[i] : local[0];
     // Folders that a folder item needs are created whatever the argument says.
     if (!CFile::FolderExists(folder) && !CFile::CreateFolder(folder)) return false;
-    if (!FolderItem(remote[i], folder, false, create_folder)) return false;
+    CollectFolder(remote[i], folder, false, 0, plan);
   }
+  for (std::string folder : plan.folders)
+    if (!CFile::FolderExists(folder) && !CFile::CreateFolder(folder)) return false;
+  Progress& p = core_.transfer.progress;
+  if (settings().show_total_percent) {
+    for (const FilePair& file : plan.files) p.total_file_size += std::max(file.listed_size, 0.0);
+    WriteLog("DL#TFS#" + NumberText(p.total_file_size));
+  }
+  if (!plan.files.empty() && !TransferPairs(plan.files, create_folder)) return false;
   if (ErrorRecorded()) RaiseRecorded("DownLoadAll");
   RaiseTreeFailure();
   return true;
 }
 
-// One folder of the tree: its files (a batch of exact pairs), then its subfolders. A host's
-// item may be a pattern; a subfolder's name from a listing is taken literally.
-bool DownloadEngine::FolderItem(const std::string& remote_item, const std::string& folder,
-                                bool literal, bool create_folder) {
-  Settings& s = settings();
-  s.local_path = folder;
+// One folder of the tree: its files, then its subfolders' trees. A host's item may be a
+// pattern; a subfolder's name from a listing is taken literally.
+void DownloadEngine::CollectFolder(const std::string& remote_item, const std::string& folder,
+                                   bool literal, int depth, TreePlan& plan) {
+  if (depth > kMaxTreeDepth) {
+    NoteTreeFailure(remote_item, errors::kUnknownListFormat,
+                    "More than 64 folder levels below [ " + remote_item + " ]");
+    return;
+  }
   const auto entries =
       literal ? GetFtpFolderEntries(core_, remote_item) : GetFtpDirectoryInfo(core_, remote_item);
   if (!entries) {
     // Empty is fine; a folder that cannot be listed or entered fails the job, after the rest.
     if (core_.ErrorNumber() != 0) NoteTreeFailure(remote_item);
-    return true;
-  }
-  Progress& p = core_.transfer.progress;
-  if (s.show_total_percent) {
-    for (const auto& entry : *entries)
-      if (!entry.IsDirectory()) p.total_file_size += entry.FileSize();
-    WriteLog("DL#TFS#" + NumberText(p.total_file_size) + "#" + remote_item);
+    return;
   }
   // A pattern item lists the matching entries of its parent folder.
   const std::string remote_folder =
       !literal && HasPattern(remote_item) ? FormatFTPPath(GetParentFolderPath(remote_item)) : remote_item;
 
-  std::vector<FilePair> batch;
   std::vector<FilePair> subfolders;
   for (const auto& entry : *entries) {
     const std::string& name = entry.FileName();
@@ -177,22 +187,21 @@ bool DownloadEngine::FolderItem(const std::string& remote_item, const std::strin
       continue;
     }
     FilePair pair{JoinPath(remote_folder, name), JoinPath(folder, name), -1, {}};
+    if (entry.IsDirectory()) {
+      subfolders.push_back(std::move(pair));
+      continue;
+    }
     // A link's listed size is the link's own; its file is measured when it is fetched.
     if (!entry.IsLink()) {
       pair.listed_size = entry.FileSize();
       pair.listed_date = entry.LastWriteTime();
     }
-    (entry.IsDirectory() ? subfolders : batch).push_back(std::move(pair));
+    plan.files.push_back(std::move(pair));
   }
-  if (!batch.empty() && !Step([&] { return TransferPairs(batch, create_folder); })) return false;
   for (const auto& sub : subfolders) {
-    if (!CFile::FolderExists(sub.destination)) {
-      std::string created = sub.destination;
-      if (!CFile::CreateFolder(created)) return false;
-    }
-    if (!Step([&] { return FolderItem(sub.source, sub.destination, true, create_folder); })) return false;
+    plan.folders.push_back(sub.destination);
+    CollectFolder(sub.source, sub.destination, true, depth + 1, plan);
   }
-  return true;
 }
 
 bool DownloadEngine::FileMode(const std::vector<std::string>& remote,

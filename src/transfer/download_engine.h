@@ -32,8 +32,13 @@ class DownloadEngine : private EngineBase {
   bool Step(const std::function<bool()>& body);
   bool FolderMode(const std::vector<std::string>& remote, const std::vector<std::string>& local,
                   bool create_folder);
-  bool FolderItem(const std::string& remote_item, const std::string& folder, bool literal,
-                  bool create_folder);
+  /// What a folder job will do: the files (with their listed sizes) and the local folders.
+  struct TreePlan {
+    std::vector<FilePair> files;
+    std::vector<std::string> folders;
+  };
+  void CollectFolder(const std::string& remote_item, const std::string& folder, bool literal,
+                     int depth, TreePlan& plan);
   bool FileMode(const std::vector<std::string>& remote, const std::vector<std::string>& local,
                 bool create_folder);
   bool TransferPairs(const std::vector<FilePair>& pairs, bool create_folder);

@@ -43,6 +43,14 @@ std::string FtpLibrary::SkippedFiles() {
                  [&] { return core_->transfer.lists.SkippedFiles(); });
 }
 
+std::int32_t FtpLibrary::TransferredFileCount() const {
+  return core_->transfer.lists.transferred_count;
+}
+
+std::int32_t FtpLibrary::SkippedFileCount() const { return core_->transfer.lists.skipped_count; }
+
+double FtpLibrary::TransferredBytes() const { return core_->transfer.progress.job_bytes_moved; }
+
 std::string FtpLibrary::FailedFiles() {
   return Guarded(*core_, "FailedFiles", std::string(),
                  [&] { return core_->transfer.lists.FailedFiles(); });

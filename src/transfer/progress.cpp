@@ -82,6 +82,7 @@ void Progress::DownloadBlock(double n, double& bytes, double& remote_size, bool 
                              FileCounters counters, const ProgressSettings& settings,
                              const std::function<void()>& raise_event) {
   bytes += n;
+  job_bytes_moved += n;
   if (without_list && remote_size < bytes) {
     remote_size = bytes;
     file_size = remote_size;
@@ -134,6 +135,7 @@ void Progress::UploadStep(double bytes_sent, double local_size, std::int32_t max
 void Progress::UploadChunk(double n, double& bytes_sent, double local_size, FileCounters counters,
                            const ProgressSettings& settings) {
   bytes_sent += n;
+  job_bytes_moved += n;
   counters.percent = CappedPercent(bytes_sent, local_size);
   if (settings.show_total_percent) {
     total_transfer_size += n;
@@ -162,6 +164,7 @@ void Progress::StartJob(bool keep_averages) {
   job_start = clock_.now();
   job_end.reset();
   if (!keep_averages) {
+    job_bytes_moved = 0;
     average_sum = 0;
     average_count = 0;
   }

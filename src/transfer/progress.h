@@ -54,6 +54,7 @@ class Progress {
   std::uint64_t last_event_tick = 0;
   std::int64_t interval = 0;
   double start_offset = 0;  ///< bytes already at the destination when this attempt began
+  double job_bytes_moved = 0;  ///< bytes that crossed the data connections of the job
   // Upload chunk rule state.
   std::int32_t chunk_size = kSegmentSize;
   std::int32_t chunk_event_count = 0;

@@ -35,8 +35,11 @@ std::string Tidy(std::string copy) {
   return out;
 }
 
-void AppendOnce(std::string& list, std::unordered_set<std::string>& seen, const std::string& path) {
-  if (seen.insert(Lower(path)).second) list.append("|").append(path);
+// Linux names differ by case: "A.txt" and "a.txt" are two files and both are listed.
+bool AppendOnce(std::string& list, std::unordered_set<std::string>& seen, const std::string& path) {
+  if (!seen.insert(path).second) return false;
+  list.append("|").append(path);
+  return true;
 }
 
 }  // namespace
@@ -71,7 +74,7 @@ std::string TransferLists::AbortedFileList() const { return Tidy(aborted_); }
 
 void TransferLists::RecordTransferred(const std::string& local_path,
                                       const std::string& remote_path) {
-  AppendOnce(transferred_local_, local_seen_, local_path);
+  if (AppendOnce(transferred_local_, local_seen_, local_path)) ++transferred_count;
   AppendOnce(transferred_remote_, remote_seen_, remote_path);
 }
 
@@ -91,6 +94,7 @@ void TransferLists::ClearResults() {
   transferred_remote_.clear();
   skipped_.clear();
   failed_.clear();
+  transferred_count = skipped_count = 0;
   local_seen_.clear();
   remote_seen_.clear();
 }

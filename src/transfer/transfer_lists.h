@@ -31,9 +31,12 @@ class TransferLists {
   std::string AbortedFileList() const;
 
   // ---- Engine operations ----
-  /// Records a completed file once per job on each side (case ignored).
+  /// Records a completed file once per job on each side.
   void RecordTransferred(const std::string& local_path, const std::string& remote_path);
-  void RecordSkipped(const std::string& path) { skipped_.append("|").append(path); }
+  void RecordSkipped(const std::string& path) {
+    skipped_.append("|").append(path);
+    ++skipped_count;
+  }
   void RecordAborted(const std::string& path) { aborted_.append("|").append(path); }
   /// A folder that could not be listed or an entry that could not be transferred by a tree job.
   void RecordFailed(const std::string& path) { failed_.append("|").append(path); }
@@ -52,6 +55,10 @@ class TransferLists {
   /// CloseConnection: counters 0, results emptied.
   void ResetForClose();
 
+  /// Files of the job transferred and skipped (the lists cannot be counted at "|": a Linux
+  /// name may hold one).
+  std::int32_t transferred_count = 0;
+  std::int32_t skipped_count = 0;
   std::int32_t queue_index = 0;
   std::int32_t queue_total = 0;
   bool queue_pass = false;  ///< UpLoad is uploading the queue

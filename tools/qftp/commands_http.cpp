@@ -37,23 +37,6 @@ std::optional<Proxy> ParseProxy(const std::string& text) {
   return proxy;
 }
 
-int CountItems(const std::string& list) {
-  if (list.empty()) return 0;
-  int n = 1;
-  for (char c : list) n += c == '|';
-  return n;
-}
-
-double LocalBytes(quorvi::FtpLibrary& ftp, const std::string& list) {
-  double total = 0;
-  for (std::size_t start = 0; start < list.size();) {
-    const auto bar = std::min(list.find('|', start), list.size());
-    total += std::max(0.0, ftp.GetLocalFileSize(list.substr(start, bar - start)));
-    start = bar + 1;
-  }
-  return total;
-}
-
 bool Fail(const std::string& text) {
   std::fprintf(stderr, "qftp: %s\n", text.c_str());
   return false;
@@ -95,8 +78,8 @@ bool Http(quorvi::FtpLibrary& ftp, const Options& o) {
   if (!o.quiet) {
     std::fprintf(
         stderr, "%s\n",
-        SummaryLine(CountItems(ftp.TransferedLocalFiles()), CountItems(ftp.SkippedFiles()), 0,
-                    LocalBytes(ftp, ftp.TransferedLocalFiles()), ftp.ElapsedTime(), ftp.SpeedAvg())
+        SummaryLine(ftp.TransferredFileCount(), ftp.SkippedFileCount(), 0, ftp.TransferredBytes(),
+                    ftp.ElapsedTime(), ftp.SpeedAvg())
             .c_str());
   }
   if (!ok) {

@@ -31,20 +31,6 @@ std::string Size(double bytes) {
   return text;
 }
 
-double TransferredBytes(quorvi::FtpLibrary& ftp) {
-  double total = 0;
-  const std::string list = ftp.TransferedLocalFiles();
-  std::size_t start = 0;
-  while (start < list.size()) {
-    auto bar = list.find('|', start);
-    if (bar == std::string::npos) bar = list.size();
-    const double size = ftp.GetLocalFileSize(list.substr(start, bar - start));
-    if (size > 0) total += size;
-    start = bar + 1;
-  }
-  return total;
-}
-
 // Runs one transfer with the options applied, the progress bar on a terminal and the
 // summary line at the end.
 bool Run(quorvi::FtpLibrary& ftp, const Options& o, bool download) {
@@ -62,8 +48,8 @@ bool Run(quorvi::FtpLibrary& ftp, const Options& o, bool download) {
   bar.reset();
   if (!o.quiet) {
     std::fprintf(stderr, "%s\n",
-                 SummaryLine(CountItems(ftp.TransferedLocalFiles()), CountItems(ftp.SkippedFiles()),
-                             CountItems(ftp.AbortedFileList()), TransferredBytes(ftp),
+                 SummaryLine(ftp.TransferredFileCount(), ftp.SkippedFileCount(),
+                             CountItems(ftp.AbortedFileList()), ftp.TransferredBytes(),
                              ftp.ElapsedTime(), ftp.SpeedAvg())
                      .c_str());
   }

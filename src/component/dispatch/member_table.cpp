@@ -293,6 +293,9 @@ std::vector<MemberRow> BuildRows() {
       QV_R(TransferedRemoteFiles),
       QV_R(SkippedFiles),
       QV_R(FailedFiles),
+      QV_R(TransferredFileCount),
+      QV_R(SkippedFileCount),
+      QV_R(TransferredBytes),
       QV_R(CanceledFileList),
       QV_R(AbortedFileList),
       // Progress

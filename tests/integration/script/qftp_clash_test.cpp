@@ -18,10 +18,11 @@ namespace fs = std::filesystem;
 
 QUORVI_SERVER_SUITE(QftpClash, ServerKind::Vsftpd);
 
-ScriptResult Qftp(const TestServer& s, std::vector<std::string> args) {
-  std::vector<std::string> argv = {std::string(QUORVI_BINARY_DIR) + "/tools/qftp/qftp", "-q",
-                                   "-H", s.host(), "-P", std::to_string(s.port()), "-u",
-                                   s.user(), "-p", s.password()};
+ScriptResult Qftp(const TestServer& s, std::vector<std::string> args, bool quiet = true) {
+  std::vector<std::string> argv = {std::string(QUORVI_BINARY_DIR) + "/tools/qftp/qftp", "-H",
+                                   s.host(), "-P", std::to_string(s.port()), "-u", s.user(),
+                                   "-p", s.password()};
+  if (quiet) argv.push_back("-q");
   argv.insert(argv.end(), args.begin(), args.end());
   return RunScript(argv, {}, std::chrono::seconds(60));
 }
@@ -70,6 +71,35 @@ TEST_F(QftpClash, UploadsRefuseAClashWithoutAChoiceToo) {
   EXPECT_EQ(run.exit_code, 1) << run.err;
   EXPECT_EQ(ReadAll(server().root() / "pub/up.txt"), "old remote file, longer than the new one");
   EXPECT_NE(run.err.find("--replace"), std::string::npos) << run.err;
+}
+
+// The summary counts what moved: a resume of 3 of 5 MiB says 3 MiB, a skipped file nothing,
+// and names holding "|" are counted as one file each.
+TEST_F(QftpClash, TheSummaryCountsWhatMoved) {
+  const std::string remote = Pattern(5 << 20, 9);
+  const fs::path local = server().state_dir().parent_path() / "summary";
+  fs::remove_all(local);
+  fs::create_directories(local);
+  std::ofstream(local / "big.bin", std::ios::binary) << remote.substr(0, 2 << 20);
+  std::ofstream(local / "kept|one.txt", std::ios::binary) << "kept";
+  server().WriteFile("pub/summary/big.bin", remote);
+  server().WriteFile("pub/summary/kept|one.txt", "remote");
+  server().WriteFile("pub/summary/new|two.txt", "two");
+  struct Case {
+    const char* replace;
+    const char* summary;
+  };
+  for (const Case& c : {Case{"resume", "3 files transferred, 0 skipped, 0 aborted, 3.0 MiB"},
+                        Case{"skip", "1 file transferred, 2 skipped, 0 aborted, 3 B"}}) {
+    SCOPED_TRACE(c.replace);
+    fs::remove(local / "new|two.txt");
+    std::ofstream(local / "big.bin", std::ios::binary) << remote.substr(0, 2 << 20);
+    const auto run = Qftp(server(), {"--replace", c.replace, "download", "/pub/summary/",
+                                     local.string() + "/"}, false);
+    EXPECT_EQ(run.exit_code, 0) << run.err;
+    EXPECT_NE(run.err.find(c.summary), std::string::npos) << run.err;
+  }
+  EXPECT_EQ(ReadAll(local / "new|two.txt"), "two");
 }
 
 }  // namespace

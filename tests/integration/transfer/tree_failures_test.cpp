@@ -6,6 +6,8 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
+
 #include "transfer_support.h"
 
 namespace quorvi::test {
@@ -63,6 +65,30 @@ TEST_F(TreeFailures, LocalEntriesThatHoldNoFileAreSkipped) {
   const std::string skipped = ftp_->SkippedFiles();
   EXPECT_NE(skipped.find("/up/fifo"), std::string::npos) << skipped;
   EXPECT_NE(skipped.find("/up/dangling"), std::string::npos) << skipped;
+}
+
+// With ShowTotalPercent the totals are the job's from its first byte: every file of every
+// folder, folders counting nothing.
+TEST_F(TreeFailures, TotalsAreTheWholeJobs) {
+  server().WriteFile("tot/a.bin", Pattern(1000, 1));
+  server().WriteFile("tot/one/b.bin", Pattern(2000, 2));
+  server().WriteFile("tot/one/two/c.bin", Pattern(3000, 3));
+  ftp_->ShowTotalPercent(true);
+  double first_total = -1;
+  int most_files = 0;
+  const auto id = ftp_->OnTransfer().Subscribe([&] {
+    if (first_total < 0) first_total = ftp_->TotalFileSize();
+    most_files = std::max(most_files, static_cast<int>(ftp_->QueueTotal()));
+  });
+  ftp_->RemotePath("/tot/");
+  ftp_->LocalPath((dir_ / "tot").string() + "/");
+  ASSERT_TRUE(ftp_->DownLoad()) << ftp_->ErrorInfo();
+  ftp_->OnTransfer().Unsubscribe(id);
+  EXPECT_EQ(first_total, 6000);
+  EXPECT_EQ(most_files, 3);
+  EXPECT_EQ(ftp_->TransferredFileCount(), 3);
+  EXPECT_EQ(ftp_->TransferredBytes(), 6000);
+  EXPECT_EQ(ftp_->TotalPercent(), 100);
 }
 
 }  // namespace
