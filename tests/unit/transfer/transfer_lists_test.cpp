@@ -46,14 +46,16 @@ TEST(TransferLists, CanceledAndAbortedReadsAreTidyAndRepeatable) {
 TEST(TransferLists, ResultListsKeepEachTransferredPathOnce) {
   TransferLists l;
   l.RecordTransferred("/l/a.txt", "/r/a.txt");
-  l.RecordTransferred("/L/A.TXT", "/r/b.txt");
+  l.RecordTransferred("/l/a.txt", "/r/a.txt");  // a retry of the same file
+  l.RecordTransferred("/L/A.TXT", "/r/b.txt");  // another file: Linux names differ by case
   l.RecordTransferred("/l/c.txt", "/r/a.txt");
   l.RecordSkipped("/s");
   l.RecordSkipped("/s");
-  EXPECT_EQ(l.TransferedLocalFiles(), "/l/a.txt|/l/c.txt");
-  EXPECT_EQ(l.TransferedLocalFiles(), "/l/a.txt|/l/c.txt");
+  EXPECT_EQ(l.TransferedLocalFiles(), "/l/a.txt|/L/A.TXT|/l/c.txt");
   EXPECT_EQ(l.TransferedRemoteFiles(), "/r/a.txt|/r/b.txt");
   EXPECT_EQ(l.SkippedFiles(), "/s|/s");
+  EXPECT_EQ(l.transferred_count, 3);
+  EXPECT_EQ(l.skipped_count, 2);
   l.queue_index = 3;
   l.queue_total = 9;
   l.ResetForClose();
