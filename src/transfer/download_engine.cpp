@@ -294,10 +294,12 @@ bool DownloadEngine::OneBody(bool create_folder) {
   if (!DecideRemote(create_folder, result)) return result;
   CheckMaxSize(engine_.remote_size, s.max_size, "DownLoadOne");
 
+  engine_.replace_local = false;
   if (CFile::FileExists(s.local_path)) {
     if (s.overwrite) {
+      // Replaced when its first byte arrives: until the server agrees to send, it stays.
       WriteLog("Download.OverWrite");
-      platform::DeleteFile(s.local_path);
+      engine_.replace_local = true;
       engine_.local_size = 0;
     } else {
       engine_.local_size = LocalSize(s.local_path);
@@ -417,6 +419,11 @@ bool DownloadEngine::Receive() {
     WriteLog("DownloadOne.INVSIZE:" + counts());
     if (ErrorRecorded()) RaiseRecorded("DownOne.CSS");
   } else {
+    // An empty file sends no byte that would have opened (or replaced) the local one.
+    if (!engine_.local_opened && engine_.bytes == 0) {
+      if (!OpenDownloadFile(core_)) RaiseRecorded("DownLoadOne");
+      CloseLocalFile(core_);
+    }
     core_.rt.percent = 100;
     p.remaining_time = 0;
     core_.transfer.lists.RecordTransferred(s.local_path, s.remote_path);

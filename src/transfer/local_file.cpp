@@ -5,6 +5,8 @@
 #include <functional>
 #include <string_view>
 
+#include <unistd.h>
+
 #include "component/core.h"
 #include "component/error_numbers.h"
 #include "component/error_object.h"
@@ -43,6 +45,7 @@ class EngineSide : public TransferSide {
 
   void DataArrived(std::string_view bytes) override {
     if (bytes.empty()) return;
+    if (!engine_.file.IsOpen() && !OpenDownloadFile(core_)) return;
     errno = 0;
     if (!engine_.file.Write(bytes.data(), bytes.size())) {
       RecordLocalFailure(core_, "DataArrived", errors::kOpenFileFailed, errno);
@@ -140,20 +143,38 @@ bool OpenLocalFile(Core& core) {
     }
     return true;
   }
+  if (engine.http_download) return OpenDownloadFile(core);
+  // Checked, not opened: a refused RETR must leave the local side as it was.
   const bool exists = CFile::FileExists(path);
-  if (!engine.file.Open(path, exists ? "r+b" : "wb")) {
+  const std::size_t slash = path.rfind('/');
+  const std::string parent = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+  if (exists ? ::access(path.c_str(), W_OK) != 0 : ::access(parent.c_str(), W_OK) != 0) {
     RecordLocalFailure(core, "OpenLocalFile",
                        exists ? errors::kOpenFileFailed : errors::kCreateFileFailed, errno);
     return false;
   }
+  engine.local_opened = false;
   if (engine.bytes > 0) {
-    engine.file.Seek(engine.bytes);
-    if (!engine.http_download) {
-      FtpSession::Of(core).SendFtpCommand("REST", NumberText(engine.bytes));
-      WriteLog("Download.REST:" + NumberText(engine.bytes) + "#" + path + "|" +
-               core.settings.remote_path);
-    }
+    FtpSession::Of(core).SendFtpCommand("REST", NumberText(engine.bytes));
+    WriteLog("Download.REST:" + NumberText(engine.bytes) + "#" + path + "|" +
+             core.settings.remote_path);
   }
+  return true;
+}
+
+bool OpenDownloadFile(Core& core) {
+  TransferEngine& engine = TransferEngine::Of(core);
+  const std::string& path = core.settings.local_path;
+  errno = 0;
+  const bool exists = CFile::FileExists(path);
+  const bool replace = !exists || (engine.replace_local && !engine.http_download);
+  if (!engine.file.Open(path, replace ? "wb" : "r+b")) {
+    RecordLocalFailure(core, "OpenLocalFile",
+                       exists ? errors::kOpenFileFailed : errors::kCreateFileFailed, errno);
+    return false;
+  }
+  engine.local_opened = true;
+  if (!replace && engine.bytes > 0) engine.file.Seek(engine.bytes);
   return true;
 }
 

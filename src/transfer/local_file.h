@@ -48,16 +48,24 @@ class TransferEngine {
   std::int16_t retry_pause = 5;  ///< seconds of the retry countdown
   bool abort_noted = false;      ///< the batch loop has taken note of an abort request
   bool http_download = false;    ///< an HTTP download owns opDownload (no REST is sent)
-  std::string local_root, remote_root;  ///< folder item being uploaded (both empty otherwise)
+  /// FTP download: the local file is replaced (overwrite), not continued, when it is opened.
+  bool replace_local = false;
+  /// FTP download: the local file was opened during this attempt (by its first byte).
+  bool local_opened = false;
   /// The engine's side of the data connection (installed there by Of).
   std::shared_ptr<TransferSide> data_side;
 };
 
-/// Opens the local file of the running operation (opDownload: open-and-position or create,
-/// sending REST through the session when resuming an FTP download; opUpload: open for reading
-/// at the bytes already on the server). Reads LocalPath and TransferEngine::bytes. False when
-/// the file cannot be opened; 20023/20024 is then recorded (RecordError "OpenLocalFile").
+/// Makes the local file of the running operation ready. opUpload: opens it for reading at the
+/// bytes already on the server. An FTP download only checks that the file can be written
+/// (nothing is created, truncated or deleted yet: the server may still refuse) and sends REST
+/// when resuming; OpenDownloadFile opens it when the first byte arrives. An HTTP download
+/// opens (or creates) it at once. Reads LocalPath and TransferEngine::bytes. False when the
+/// file cannot be used; 20023/20024 is then recorded (RecordError "OpenLocalFile").
 bool OpenLocalFile(Core& core);
+/// Opens an FTP download's local file: replaced (TransferEngine::replace_local) or created,
+/// else continued at TransferEngine::bytes. False with 20023/20024 recorded.
+bool OpenDownloadFile(Core& core);
 /// Closes the transfer's local file when one is open.
 void CloseLocalFile(Core& core);
 /// After a short byte count: 20061 when the data socket is closed, or when it does not reach

@@ -58,8 +58,6 @@ bool UploadEngine::UpLoad(bool create_folder) {
     session_.abort_request = false;
     engine_.abort_noted = false;
     core_.transfer.lists.ClearAborted();
-    engine_.local_root.clear();
-    engine_.remote_root.clear();
     CreatedDirectories(true);
     if (!core_.transfer.lists.queue_pass) StartJob();
     if (TrimBlanks(s.remote_path).empty()) s.remote_path = core_.rt.current_directory + "/";

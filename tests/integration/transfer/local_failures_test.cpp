@@ -1,5 +1,6 @@
 // Local failures that retrying cannot mend end the file at once, with the system's reason, and
-// lose nothing: a disk that fills keeps the part written so far for a later resume.
+// lose nothing: a disk that fills keeps the part written so far for a later resume. The local
+// file is only touched once the server sends: a refused download leaves it as it was.
 #include <gtest/gtest.h>
 
 #include <sys/mount.h>
@@ -74,6 +75,50 @@ TEST_F(LocalFailures, AReadOnlyTargetFailsAtOnceWithItsReason) {
   EXPECT_NE(ftp_->ErrorInfo().find("Read-only file system"), std::string::npos)
       << ftp_->ErrorNumber() << " " << ftp_->ErrorInfo();
   EXPECT_LT(seconds, 5.0);
+}
+
+TEST_F(LocalFailures, ARefusedDownloadLeavesTheLocalFileAsItWas) {
+  server().WriteFile("pub/locked.txt", "server copy");
+  fs::permissions(server().root() / "pub" / "locked.txt", fs::perms::none);  // SIZE yes, RETR no
+  struct Case {
+    const char* name;
+    std::int16_t replace;      // 1 overwrite, 2 resume
+    const char* local;         // nullptr: no local file beforehand
+  };
+  for (const Case& c : {Case{"overwrite", 1, "precious local data"}, Case{"resume", 2, "pre"},
+                        Case{"new", 1, nullptr}}) {
+    SCOPED_TRACE(c.name);
+    const fs::path local = dir_ / (std::string(c.name) + ".txt");
+    if (c.local) WriteBytes(local, c.local);
+    ftp_->ReDoTimes(0);
+    ftp_->ReplaceSetting(c.replace);
+    ftp_->RemotePath("/pub/locked.txt");
+    ftp_->LocalPath(local.string());
+    EXPECT_FALSE(ftp_->DownLoad());
+    EXPECT_NE(ftp_->ErrorNumber(), 0);
+    if (c.local) {
+      EXPECT_EQ(ReadAll(local), c.local);
+    } else {
+      EXPECT_FALSE(fs::exists(local));
+    }
+  }
+  fs::permissions(server().root() / "pub" / "locked.txt", fs::perms::owner_all);
+}
+
+TEST_F(LocalFailures, AnEmptyRemoteFileGivesAnEmptyLocalOne) {
+  server().WriteFile("pub/zero.bin", "");
+  for (const char* before : {static_cast<const char*>(nullptr), "old contents"}) {
+    SCOPED_TRACE(before ? before : "no local file");
+    const fs::path local = dir_ / "zero.bin";
+    fs::remove(local);
+    if (before) WriteBytes(local, before);
+    ftp_->ReplaceSetting(1);
+    ftp_->RemotePath("/pub/zero.bin");
+    ftp_->LocalPath(local.string());
+    EXPECT_TRUE(ftp_->DownLoad()) << ftp_->ErrorNumber() << " " << ftp_->ErrorInfo();
+    ASSERT_TRUE(fs::exists(local));
+    EXPECT_EQ(fs::file_size(local), 0u);
+  }
 }
 
 }  // namespace
