@@ -193,7 +193,9 @@ void DataConnection::CloseDataConnection() {
   if (state == sckClosed) return;
   if (state == sckConnected || state == sckClosing)
     platform::ShutdownSocket(m_objDataSocket.SocketHandle(), platform::ShutdownHow::Both);
-  m_objDataSocket.CloseSocket();
+  // At once: the peer's close of an abandoned connection must not reach whatever operation
+  // runs next (an active listing took such a close for its own end and read as empty).
+  m_objDataSocket.CloseNow();
 }
 
 void DataConnection::UploadData() {

@@ -289,11 +289,24 @@ bool ParseDosLine(std::string_view line, CFtpFile& file, int year) {
   return true;
 }
 
-// The part of a listed name after its last "/": a name is one path component, so nothing a
-// server lists can point into another folder. A backslash is an ordinary character.
-std::string LastNamePart(const std::string& name) {
+// A listed name is one path component. Some servers answer "LIST /pub/a.txt" with the path
+// ("/pub/a.txt", "pub/a.txt", or their own full path): when what precedes the last "/" names
+// the listed folder, the part after it is the name. Any other "/" ("../x", "a/b") stays in the
+// name, so the entry is unusable rather than standing for another file of the folder.
+std::string ListedName(const std::string& name, std::string_view listed_parent) {
   const auto slash = name.find_last_of('/');
-  return slash == std::string::npos ? name : name.substr(slash + 1);
+  if (slash == std::string::npos) return name;
+  std::string_view prefix = std::string_view(name).substr(0, slash);
+  std::string_view parent = listed_parent;
+  while (!parent.empty() && parent.back() == '/') parent.remove_suffix(1);
+  while (!prefix.empty() && prefix.front() == '/') prefix.remove_prefix(1);
+  while (!parent.empty() && parent.front() == '/') parent.remove_prefix(1);
+  const bool dot_dot = ("/" + std::string(prefix) + "/").find("/../") != std::string::npos;
+  const bool names_parent =
+      prefix == parent || prefix == "." ||
+      (!parent.empty() && prefix.size() > parent.size() && prefix.ends_with(parent) &&
+       prefix[prefix.size() - parent.size() - 1] == '/');
+  return names_parent && !dot_dot ? name.substr(slash + 1) : name;
 }
 
 void LogParseFailure(std::string_view text) {
@@ -398,7 +411,7 @@ std::optional<CFtpFiles> GetFileListX(std::string_view text, const ListingContex
     }
     if (parsed && skip) continue;
     if (parsed) {
-      std::string name = LastNamePart(file.FileName());
+      std::string name = ListedName(file.FileName(), context.listed_parent);
       if (name.empty() || name == "." || name == "..") continue;
       file.FileName(name);
       file.FilePath(FormatFTPPath(context.listed_parent + "/" + name));

@@ -152,6 +152,14 @@ void CSocket::CloseSocket() {
   });
 }
 
+void CSocket::CloseNow() {
+  Protect("Close", [&] {
+    if (handle_ == -1) return;
+    state_ = sckClosed;
+    DestroySocket();
+  });
+}
+
 // ---- Connecting and listening ----
 
 void CSocket::Connect() { ConnectHandle(0); }

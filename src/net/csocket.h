@@ -79,6 +79,8 @@ class CSocket {
   void Listen();
   /// Half-closes a connected socket (OnClose follows the peer's close); closes others at once.
   void CloseSocket();
+  /// Closes at once, connected or not: no event of this connection reaches the owner after it.
+  void CloseNow();
   void Bind(std::int32_t lngLocalPort = 0, const std::string& strLocalIP = {});
   void SendBufferedData();
   void Connect();

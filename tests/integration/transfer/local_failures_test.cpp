@@ -78,8 +78,9 @@ TEST_F(LocalFailures, AReadOnlyTargetFailsAtOnceWithItsReason) {
 }
 
 TEST_F(LocalFailures, ARefusedDownloadLeavesTheLocalFileAsItWas) {
-  server().WriteFile("pub/locked.txt", "server copy");
-  fs::permissions(server().root() / "pub" / "locked.txt", fs::perms::none);  // SIZE yes, RETR no
+  server().WriteFile("pub/refused/locked.txt", "server copy");
+  const fs::path locked = server().root() / "pub" / "refused" / "locked.txt";
+  fs::permissions(locked, fs::perms::none);  // SIZE yes, RETR no
   struct Case {
     const char* name;
     std::int16_t replace;      // 1 overwrite, 2 resume
@@ -92,7 +93,7 @@ TEST_F(LocalFailures, ARefusedDownloadLeavesTheLocalFileAsItWas) {
     if (c.local) WriteBytes(local, c.local);
     ftp_->ReDoTimes(0);
     ftp_->ReplaceSetting(c.replace);
-    ftp_->RemotePath("/pub/locked.txt");
+    ftp_->RemotePath("/pub/refused/locked.txt");
     ftp_->LocalPath(local.string());
     EXPECT_FALSE(ftp_->DownLoad());
     EXPECT_NE(ftp_->ErrorNumber(), 0);
@@ -102,7 +103,14 @@ TEST_F(LocalFailures, ARefusedDownloadLeavesTheLocalFileAsItWas) {
       EXPECT_FALSE(fs::exists(local));
     }
   }
-  fs::permissions(server().root() / "pub" / "locked.txt", fs::perms::owner_all);
+  // The refused transfer's data connection, closed by the server later, must not end the next
+  // operation: an active-mode listing once took that close for its own and read as empty.
+  server().WriteFile("pub/refused/other.txt", "other");
+  ftp_->PassiveMode(false);
+  const auto files = ftp_->GetFtpDirectoryInfo("/pub/refused");
+  ASSERT_TRUE(files.has_value()) << ftp_->ErrorNumber() << " " << ftp_->ErrorInfo();
+  EXPECT_EQ(Names(*files), (std::vector<std::string>{"locked.txt", "other.txt"}));
+  fs::permissions(locked, fs::perms::owner_all);
 }
 
 TEST_F(LocalFailures, AnEmptyRemoteFileGivesAnEmptyLocalOne) {

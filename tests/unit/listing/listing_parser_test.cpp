@@ -186,6 +186,20 @@ TEST_F(ListingParser, OddLines) {
       {"type=pdir;modify=20090115103000; ..", 0},
       {"Type=Dir;Modify=20090115103000; Sub", 1, {"Sub", true, 0, "2009-01-15 10:30"}},
       {" \r\n ", -1},
+      // A "/" is taken off only where it echoes the listed folder (/tree); any other stays and
+      // makes the entry unusable instead of naming another file of the folder.
+      {"-rw-r--r-- 1 ftp ftp 5 Jan 15  2009 /tree/echo.txt", 1,
+       {"echo.txt", false, 5, "2009-01-15 00:00"}},
+      {"-rw-r--r-- 1 ftp ftp 5 Jan 15  2009 /home/u/tree/echo.txt", 1,
+       {"echo.txt", false, 5, "2009-01-15 00:00"}},
+      {"-rw-r--r-- 1 ftp ftp 5 Jan 15  2009 ./dot.txt", 1, {"dot.txt", false, 5, "2009-01-15 00:00"}},
+      {"-rw-r--r-- 1 ftp ftp 5 Jan 15  2009 ../escape.txt", 1,
+       {"../escape.txt", false, 5, "2009-01-15 00:00"}},
+      {"-rw-r--r-- 1 ftp ftp 5 Jan 15  2009 a/b.txt", 1, {"a/b.txt", false, 5, "2009-01-15 00:00"}},
+      {"-rw-r--r-- 1 ftp ftp 5 Jan 15  2009 /tree/../x.txt", 1,
+       {"/tree/../x.txt", false, 5, "2009-01-15 00:00"}},
+      {"type=file;size=5;modify=20090115103000; /etc/passwd", 1,
+       {"/etc/passwd", false, 5, "2009-01-15 10:30"}},
   };
   for (const auto& c : cases) {
     const auto files = Parse(c.text);
