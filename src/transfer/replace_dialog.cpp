@@ -5,6 +5,7 @@
 #include "component/message_table.h"
 #include "local/formatters.h"
 #include "transfer/rename_dialog.h"
+#include "transfer/replace_policy.h"
 
 namespace quorvi::detail {
 namespace {
@@ -85,7 +86,10 @@ ReplaceAnswer AskReplace(UserInterface& ui, const MessageLookup& message, bool d
   dialog.l_strFileName = q.file_name;
   dialog.l_intDisableSetting = static_cast<std::int8_t>(q.disable_setting);
   dialog.Show(ui, message, ReplaceMessageText(message(22), q), disable_skip, box_title);
-  return {dialog.l_intSetting, dialog.l_strFileName, dialog.l_strNewName};
+  // Closed without a button (or no usable button pressed): Cancel. Read as "no decision" it
+  // once left the setting at 20, and every later clash was resumed without a question.
+  const std::int8_t answer = dialog.l_intSetting == 0 ? std::int8_t{kReplaceCancel} : dialog.l_intSetting;
+  return {answer, dialog.l_strFileName, dialog.l_strNewName};
 }
 
 }  // namespace quorvi::detail

@@ -36,6 +36,11 @@ ReplaceOutcome ApplyReplaceDecision(ReplaceState state, const std::string& desti
                                     double existing_size, const std::string& rename_rule,
                                     const DialogRename& dialog, const std::string& procedure) {
   const bool dialog_answer = state.setting > kDialogAnswerBase;
+  if (state.setting == kDialogAnswerBase) {
+    // A dialog that gave no answer: nothing is decided for this file, the next clash asks.
+    state.setting = kReplaceAsk;
+    Fail(errors::kCanceled, "The operation has been canceled", procedure);
+  }
   switch (state.setting % kDialogAnswerBase) {
     case kReplaceCancel:
       Fail(errors::kCanceled, "The operation has been canceled", procedure);

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "component/core.h"
+#include "quorvi/user_interface.h"
 
 #include "transfer_support.h"
 
@@ -235,6 +236,38 @@ TEST_F(VsftpdRules, AbortRequestsDuringABatch) {
     EXPECT_EQ(Entries(ftp->AbortedFileList()), c.aborted);
   }
   EXPECT_GT(refused, 0);
+}
+
+// A replace dialog closed without a button cancels that file and decides nothing else: the
+// next clash asks again (it once turned on silent resume for every later file).
+class ClosingDialog : public UserInterface {
+ public:
+  int shown = 0;
+  ReplaceButton ShowReplaceDialog(const ReplaceDialogView&) override {
+    ++shown;
+    return ReplaceButton::kClosed;
+  }
+};
+
+TEST_F(VsftpdRules, AClosedReplaceDialogCancelsThatFileAndAsksAgain) {
+  server().WriteFile("dlg/a.txt", "remote a, longer than the local one");
+  server().WriteFile("dlg/b.txt", "remote b, longer than the local one");
+  WriteBytes(dir_ / "a.txt", "local a");
+  WriteBytes(dir_ / "b.txt", "local b");
+  auto ui = std::make_shared<ClosingDialog>();
+  ftp_->SetUserInterface(ui);
+  ftp_->ReplaceSetting(0);
+  for (const char* name : {"a.txt", "b.txt"}) {
+    SCOPED_TRACE(name);
+    ftp_->RemotePath(std::string("/dlg/") + name);
+    ftp_->LocalPath((dir_ / name).string());
+    EXPECT_FALSE(ftp_->DownLoad());
+    EXPECT_EQ(ftp_->ErrorNumber(), 16010) << ftp_->ErrorInfo();
+    EXPECT_EQ(ftp_->ReplaceSetting(), 0);
+  }
+  EXPECT_EQ(ui->shown, 2);
+  EXPECT_EQ(ReadAll(dir_ / "a.txt"), "local a");
+  EXPECT_EQ(ReadAll(dir_ / "b.txt"), "local b");
 }
 
 }  // namespace

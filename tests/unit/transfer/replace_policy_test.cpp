@@ -65,12 +65,17 @@ TEST(ReplacePolicy, DecisionTable) {
   bool overwrite = true;  // resume turns a previous overwrite off
   ApplyReplaceDecision({setting, overwrite}, "/d/a", 1, "", {}, "UpLoadOne");
   EXPECT_FALSE(overwrite);
-  for (std::int16_t cancel : {std::int16_t{1}, std::int16_t{21}}) {
+  // 20 is a dialog without an answer: it cancels and the next clash asks again.
+  for (std::int16_t cancel : {std::int16_t{1}, std::int16_t{21}, std::int16_t{20}}) {
+    std::int16_t held = cancel;
     try {
-      ApplyReplaceDecision({cancel, overwrite}, "/d/a", 1, "", {}, "x");
+      ApplyReplaceDecision({held, overwrite}, "/d/a", 1, "", {}, "x");
       ADD_FAILURE() << cancel << " did not cancel";
     } catch (const ComponentError& e) {
       EXPECT_EQ(e.number(), 16010) << cancel;
+    }
+    if (cancel == 20) {
+      EXPECT_EQ(held, 0);
     }
   }
 }
@@ -112,7 +117,7 @@ TEST(ReplaceDialog, ButtonsAnswerAndTheMessageShowsBothFiles) {
   const std::pair<Button, std::int16_t> answers[] = {
       {Button::kCancel, 1},  {Button::kOverwrite, 2}, {Button::kOverwriteAll, 3},
       {Button::kResume, 5},  {Button::kResumeAll, 6}, {Button::kSkip, 7},
-      {Button::kSkipAll, 8}, {Button::kClosed, 0}};
+      {Button::kSkipAll, 8}, {Button::kClosed, 1}};  // closed: Cancel
   const ReplaceQuestion q{"a.txt", 500, "2026-01-02 03:04:05", "300", "2026-01-01 00:00:00", 0};
   for (const auto& [button, answer] : answers) {
     ScriptedUi ui;
