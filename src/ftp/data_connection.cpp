@@ -6,6 +6,7 @@
 #include "component/core.h"
 #include "component/error_numbers.h"
 #include "component/error_object.h"
+#include "component/thread_shared.h"
 #include "ftp/ftp_text.h"
 #include "ftp/session.h"
 #include "local/path_rules.h"
@@ -22,6 +23,8 @@ constexpr std::int32_t kLastPort = 65535;
 // Ports tried before an active transfer gives up (each taken port costs one bind).
 constexpr int kListenAttempts = 64;
 constexpr std::int32_t kAddressInUse = 10048;
+// How long a failed data connection waits for the control reply that may explain it.
+constexpr std::uint32_t kReplyGraceMs = 1500;
 
 std::string OperationText(FtpOperations op) { return std::to_string(static_cast<int>(op)); }
 
@@ -78,9 +81,24 @@ DataConnection::DataConnection(Core& core) : core_(core), random_(std::random_de
   session.hooks.reset_data_pending = [this] { m_objDataSocket.m_lngBufferLen = 0; };
   session.hooks.forget_created_dirs = [this] { directories.created.clear(); };
   RegisterDispatch(session);
+  reply_grace_timer_ = core_.pump().AddTimer(
+      kReplyGraceMs,
+      [this] {
+        ActiveError active(*core_.shared, core_.error_object);
+        Contained("ReplyGrace_Timer", [this] {
+          core_.pump().SetTimerEnabled(reply_grace_timer_, false);
+          if (core_.rt.operation != opNone) core_.EndAsyncMethod();
+        });
+      },
+      false);
+  // Whatever ends the operation (the reply, an abort, a time-out) ends its grace too.
+  core_.end_operation_hooks.emplace_back([&core] {
+    if (core.data_connection) core.pump().SetTimerEnabled(core.data_connection->reply_grace_timer_, false);
+  });
 }
 
 DataConnection::~DataConnection() {
+  core_.pump().RemoveTimer(reply_grace_timer_);
   m_objDataSocket.OnConnectionRequest = nullptr;
   m_objDataSocket.OnConnect = nullptr;
   m_objDataSocket.OnDataArrival = nullptr;
@@ -307,6 +325,13 @@ void DataConnection::m_objDataSocket_OnError() {
     if (transfer) transfer->CloseLocalFile();
   } else if (op == opListDirectory) {
     listing.buffer.Clear();
+  }
+  if ((op == opDownload || op == opUpload) && FtpSession::Of(core_).Connected()) {
+    // A server that refuses the transfer may reset the data connection as it answers (proftpd
+    // with 550). Its reply explains the failure and decides about retrying, so it gets a moment
+    // to arrive and end the operation itself; the reset ends it when no reply comes.
+    core_.pump().SetTimerEnabled(reply_grace_timer_, true);
+    return;
   }
   if (op != opNone) core_.EndAsyncMethod();
 }

@@ -16,6 +16,7 @@
 
 #include "ftp/listing_text.h"
 #include "net/csocket.h"
+#include "platform/event_pump.h"
 
 namespace quorvi::detail {
 
@@ -144,6 +145,8 @@ class DataConnection {
   std::int32_t port_counter_ = 0;
   std::mt19937 random_;
   bool listening_attempt_ = false;  ///< a failed Listen is retried, not an operation failure
+  /// Runs while a transfer whose data connection failed waits for the control reply.
+  platform::EventPump::TimerId reply_grace_timer_ = 0;
 };
 
 }  // namespace quorvi::detail
