@@ -115,6 +115,7 @@ bool FtpSession::ConnectSteps() {
 void FtpSession::FinishLogin() {
   Settings& settings = core_.settings;
   core_.rt.logged_in = true;
+  rest_refusal.clear();
   core_.rt.current_directory = "/";
   if ((server_pure_ftpd || server_proftpd) && !settings.list_dir_for_file_set) {
     settings.list_dir_for_file = true;

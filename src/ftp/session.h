@@ -98,6 +98,8 @@ class FtpSession : private DispatchTarget {
   std::string path_prefix;
   std::string raw_reply;
   std::string rename_target;
+  /// The server's reply to a refused REST ("" while resuming works); kept for the session.
+  std::string rest_refusal;
   /// Set when MKD was refused with an "already exists" text: CreateDirectory must then see the
   /// folder before it reports success (the same texts also come for a missing parent or a file).
   std::optional<std::string> mkd_existing_reply;

@@ -295,8 +295,10 @@ bool DownloadEngine::OneBody(bool create_folder) {
   CheckMaxSize(engine_.remote_size, s.max_size, "DownLoadOne");
 
   engine_.replace_local = false;
-  if (CFile::FileExists(s.local_path)) {
-    if (s.overwrite) {
+  const bool exists = CFile::FileExists(s.local_path);
+  if (engine_.attempt == 1) engine_.destination_ours = !exists || s.overwrite;
+  if (exists) {
+    if (s.overwrite || RestartWithoutRest(LocalSize(s.local_path), "DownLoadOne")) {
       // Replaced when its first byte arrives: until the server agrees to send, it stays.
       WriteLog("Download.OverWrite");
       engine_.replace_local = true;

@@ -169,8 +169,40 @@ void EngineBase::PauseAfterFile() const {
   platform::SleepNoPump(core_.PacingPause(10));
 }
 
+bool EngineBase::RestartWithoutRest(double destination_bytes, const std::string& procedure) {
+  if (destination_bytes <= 0 || session_.rest_refusal.empty()) return false;
+  if (engine_.destination_ours) {
+    WriteLog("REST refused: the whole file again#" + settings().remote_path);
+    return true;
+  }
+  engine_.attempt = settings().redo_limit;  // no retry can make the server resume
+  Fail(engine_.rest_refusal_number,
+       "Resuming is not possible: the server refused REST (" + session_.rest_refusal +
+           "); only overwriting would transfer [ " + settings().remote_path + " ]",
+       procedure);
+}
+
 bool EngineBase::HandleFailure(const ComponentError& e, const std::string& procedure,
                                const RetryRule& rule, const std::function<bool()>& again) {
+  if (session_.last_command == "REST" && e.number() > 16000 && e.number() < 17000 &&
+      session_.rest_refusal.empty()) {
+    // The same REST would be refused again: the next pass (now, without a countdown) sends
+    // the whole file or fails (RestartWithoutRest).
+    session_.rest_refusal = e.text().empty() ? core_.ErrorInfo() : e.text();
+    engine_.rest_refusal_number = e.number();
+    CloseLocalFile(core_);
+    if (core_.rt.operation != opNone) core_.EndAsyncMethod();
+    const std::int16_t saved_setting = settings().replace_setting;
+    settings().replace_setting = kReplaceResumeAll;  // decided already: no second question
+    try {
+      const bool ok = again();
+      settings().replace_setting = saved_setting;
+      return ok;
+    } catch (...) {
+      settings().replace_setting = saved_setting;
+      throw;
+    }
+  }
   core_.error().Number(e.number());
   if (!e.text().empty()) core_.error().Description(e.text());
   const std::int32_t number = core_.error().Number();

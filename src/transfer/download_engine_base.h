@@ -92,6 +92,11 @@ class EngineBase {
   bool HandleFailure(const ComponentError& e, const std::string& procedure, const RetryRule& rule,
                      const std::function<bool()>& again);
 
+  /// Resuming needs REST. Once the server refused it, a destination that already holds
+  /// destination_bytes is sent again whole when those bytes are this job's own or the policy
+  /// overwrites (true: start from byte 0); otherwise the file fails at once with the refusal.
+  bool RestartWithoutRest(double destination_bytes, const std::string& procedure);
+
   Core& core_;
   FtpSession& session_;
   TransferEngine& engine_;

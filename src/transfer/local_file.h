@@ -52,6 +52,10 @@ class TransferEngine {
   bool replace_local = false;
   /// FTP download: the local file was opened during this attempt (by its first byte).
   bool local_opened = false;
+  /// The destination's bytes are this job's own (nothing was there before the file's first
+  /// attempt) or the policy overwrites: a restart from byte 0 loses nothing of the user's.
+  bool destination_ours = false;
+  std::int32_t rest_refusal_number = 0;  ///< error number of the session's REST refusal
   /// The engine's side of the data connection (installed there by Of).
   std::shared_ptr<TransferSide> data_side;
 };

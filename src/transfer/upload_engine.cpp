@@ -351,7 +351,8 @@ bool UploadEngine::OneBody(bool create_folder) {
 
   bool result = false;
   if (!DecideRemote(create_folder, result)) return result;
-  if (!s.overwrite) {
+  if (engine_.attempt == 1) engine_.destination_ours = s.overwrite || engine_.remote_size <= 0;
+  if (!s.overwrite && !RestartWithoutRest(engine_.remote_size, "UpLoadOne")) {
     engine_.bytes = engine_.remote_size;
     p.start_offset = engine_.remote_size;
     p.total_transfer_size += engine_.bytes;
