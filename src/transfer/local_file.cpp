@@ -51,6 +51,10 @@ class EngineSide : public TransferSide {
       RecordLocalFailure(core_, "DataArrived", errors::kOpenFileFailed, errno);
       return;
     }
+    // Data flows again: the retry notice is over and the file earns its retries back, as an
+    // upload does when its chunks go out.
+    engine_.attempt = 1;
+    core_.rt.transfer_state.clear();
     core_.transfer.progress.DownloadBlock(static_cast<double>(bytes.size()), engine_.bytes,
                                           engine_.remote_size, core_.settings.without_list,
                                           Counters(), Settings(), RaiseEvent());

@@ -6,6 +6,7 @@
 #include <sys/resource.h>
 
 #include "component/core.h"
+#include "transfer/local_file.h"
 #include "transfer_support.h"
 
 namespace quorvi::test {
@@ -60,6 +61,20 @@ QUORVI_RETR_FAULT(ShortWith226, "retr_short226", 0, 10)
 QUORVI_RETR_FAULT(StallMidRetr, "retr_stall", 20004, 15)
 // 421 on the control connection in the middle of the data.
 QUORVI_RETR_FAULT(ClosingMidRetr, "retr_421", 0, 15)
+
+// Every attempt moves 64 KiB before the server drops it: a file that keeps moving earns its
+// retries back, so one retry per cut is enough to finish it.
+TEST_F(ClosingMidRetr, AFileThatKeepsMovingKeepsItsRetries) {
+  const std::string content = Pattern(200000, 22);  // four cuts, then the rest
+  server().WriteFile("pub/moving.bin", content);
+  detail::TransferEngine::Of(ftp_->core()).retry_pause = 1;
+  ftp_->ReDoTimes(1);
+  ftp_->ReplaceSetting(2);
+  ftp_->RemotePath("/pub/moving.bin");
+  ftp_->LocalPath((dir_ / "moving.bin").string());
+  EXPECT_TRUE(ftp_->DownLoad()) << ftp_->ErrorNumber() << " " << ftp_->ErrorInfo();
+  EXPECT_TRUE(ReadAll(dir_ / "moving.bin") == content) << fs::file_size(dir_ / "moving.bin");
+}
 
 // A tree job checks the listed size too: no SIZE is asked for its files.
 TEST_F(ShortWith226, ATreeFileCutShortFailsTheJob) {

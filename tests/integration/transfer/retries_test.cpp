@@ -1,7 +1,11 @@
-// A server without REST cannot resume. The same REST is never tried again: the file goes again
-// whole when the bytes it replaces are this job's own or the policy overwrites, and otherwise
-// fails at once with the server's refusal, leaving the destination as it was.
+// Retries. A server without REST cannot resume: the same REST is never tried again, the file
+// goes again whole when the bytes it replaces are this job's own or the policy overwrites, and
+// otherwise fails at once with the server's refusal, leaving the destination as it was. Once
+// data flows again after a retry, the retry notice is gone and the file has its retries back.
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <vector>
 
 #include "component/core.h"
 #include "transfer/local_file.h"
@@ -62,6 +66,36 @@ TEST_F(RestRefusedAfterCut, ARetryOfTheJobsOwnPartStartsOver) {
   EXPECT_TRUE(ftp_->DownLoad()) << ftp_->ErrorNumber() << " " << ftp_->ErrorInfo();
   EXPECT_TRUE(ReadAll(dir_ / "cut.bin") == content) << fs::file_size(dir_ / "cut.bin");
   EXPECT_EQ(LogCount("REST "), 1u);
+}
+
+class CutOnce : public TransferSuite<CutOnce> {
+ public:
+  static ServerSetup ServerToStart() {
+    return {ServerKind::FaultFtpd, {"--fault", "retr_421", "--retr-fault-once"}};
+  }
+};
+
+TEST_F(CutOnce, TheRetryNoticeEndsWhenDataFlowsAgain) {
+  const std::string content = Pattern(2 * 1024 * 1024, 6);
+  server().WriteFile("pub/again.bin", content);
+  detail::TransferEngine::Of(ftp_->core()).retry_pause = 1;
+  std::vector<std::string> states_after_resume;
+  int attempts_seen_after_resume = 0;
+  ftp_->OnTransfer().Subscribe([&] {
+    if (ftp_->TransferSize() <= 2.0 * 65536) return;  // still the first attempt's bytes
+    states_after_resume.push_back(ftp_->TransferState());
+    attempts_seen_after_resume = std::max<int>(attempts_seen_after_resume,
+                                               detail::TransferEngine::Of(ftp_->core()).attempt);
+  });
+  ftp_->ReplaceSetting(2);
+  ftp_->RemotePath("/pub/again.bin");
+  ftp_->LocalPath((dir_ / "again.bin").string());
+  ASSERT_TRUE(ftp_->DownLoad()) << ftp_->ErrorNumber() << " " << ftp_->ErrorInfo();
+  EXPECT_TRUE(ReadAll(dir_ / "again.bin") == content);
+  EXPECT_EQ(LogCount("REST 65536"), 1u);
+  ASSERT_FALSE(states_after_resume.empty());
+  for (const std::string& state : states_after_resume) EXPECT_EQ(state, "");
+  EXPECT_EQ(attempts_seen_after_resume, 1);  // the budget is whole again
 }
 
 }  // namespace
