@@ -56,6 +56,7 @@ class TransferEngine {
   /// attempt) or the policy overwrites: a restart from byte 0 loses nothing of the user's.
   bool destination_ours = false;
   std::int32_t rest_refusal_number = 0;  ///< error number of the session's REST refusal
+  std::int64_t local_modified = 0;  ///< upload: the local file's last write when it began
   /// The engine's side of the data connection (installed there by Of).
   std::shared_ptr<TransferSide> data_side;
 };

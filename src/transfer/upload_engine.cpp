@@ -341,6 +341,7 @@ bool UploadEngine::OneBody(bool create_folder) {
   core_.rt.transfer_size = 0;
   engine_.bytes = 0;
   engine_.local_size = std::max(LocalSize(s.local_path), 0.0);
+  if (const auto status = platform::Stat(s.local_path)) engine_.local_modified = status->modified;
   engine_.remote_size = 0;
   Progress& p = core_.transfer.progress;
   p.file_size = 0;
@@ -461,10 +462,17 @@ bool UploadEngine::Send() {
   };
   bool result = false;
   const bool short_count = engine_.bytes != engine_.local_size;
+  // What the server holds is the file as it was when the upload began: a file written to
+  // meanwhile is not on the server, whatever the byte count says.
+  const auto now = platform::Stat(s.local_path);
+  const bool changed = !short_count && (!now || now->size != engine_.local_size ||
+                                        now->modified != engine_.local_modified);
   if (short_count) {
     CheckSocketState(core_);
     WriteLog("UploadOne.INVSIZE:" + counts());
     if (ErrorRecorded()) RaiseRecorded("UpLoadOne.CSS");
+  } else if (changed) {
+    WriteLog("UploadOne.CHANGED:" + counts());
   } else {
     core_.rt.percent = 100;
     p.remaining_time = 0;
@@ -479,6 +487,13 @@ bool UploadEngine::Send() {
   if (short_count) {
     WriteLog("Upload.FAILED:" + counts());
     Fail(errors::kDataSocketFailed, GetErrorText(errors::kDataSocketFailed), "UpLoadOne");
+  }
+  if (changed) {
+    Fail(errors::kDataSocketFailed,
+         "The local file changed while it was uploaded: the server holds the " +
+             NumberText(engine_.local_size) + " bytes it had when the upload began, the file now has " +
+             (now ? NumberText(now->size) : std::string("no")) + " bytes [ " + s.local_path + " ]",
+         "UpLoadOne");
   }
   core_.SetState(ftpUploadCompleted);
   RaiseEvent();

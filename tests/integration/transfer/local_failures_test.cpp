@@ -6,6 +6,7 @@
 #include <sys/mount.h>
 
 #include <cstdlib>
+#include <fstream>
 
 #include "transfer_support.h"
 
@@ -127,6 +128,30 @@ TEST_F(LocalFailures, AnEmptyRemoteFileGivesAnEmptyLocalOne) {
     ASSERT_TRUE(fs::exists(local));
     EXPECT_EQ(fs::file_size(local), 0u);
   }
+}
+
+// The server gets the file as it was when the upload began; a file written to meanwhile is not
+// what the server holds, so the upload does not read as done.
+TEST_F(LocalFailures, AFileThatGrowsDuringItsUploadIsReported) {
+  const std::string start = Pattern(600 * 1024, 5);
+  WriteBytes(dir_ / "log.txt", start);
+  ftp_->MaxSpeed(1024);  // KiB/s: time for the file to grow while it moves
+  bool appended = false;
+  ftp_->OnTransfer().Subscribe([&] {
+    if (appended || ftp_->TransferSize() < 100 * 1024) return;
+    std::ofstream(dir_ / "log.txt", std::ios::app) << "one more line\n";
+    appended = true;
+  });
+  ftp_->ReplaceSetting(1);
+  ftp_->RemotePath("/pub/grown/log.txt");
+  ftp_->LocalPath((dir_ / "log.txt").string());
+  EXPECT_FALSE(ftp_->UpLoad());
+  ASSERT_TRUE(appended);
+  EXPECT_EQ(ftp_->ErrorNumber(), 10061) << ftp_->ErrorInfo();  // 20061 reads as 10061
+  EXPECT_NE(ftp_->ErrorInfo().find("changed while it was uploaded"), std::string::npos)
+      << ftp_->ErrorInfo();
+  EXPECT_EQ(ftp_->TransferedLocalFiles(), "");
+  EXPECT_TRUE(ReadAll(server().root() / "pub" / "grown" / "log.txt") == start);
 }
 
 }  // namespace
