@@ -102,6 +102,8 @@ bool FtpSession::SendFtpCommand(const std::string& command, const std::string& a
     if (core_.settings.cipher_on)
       line_settings.decipher = [](const std::string& text) { return Decipher(text); };
     const CommandLine line = BuildCommandLine(command, argument, line_settings);
+    if (!WireCanCarry(line.line))
+      Fail(errors::ReplyError(501), NotCarriedText(line.command == "PASS" ? "password" : argument));
 
     // The component's own changes make any cached listing stale.
     if (ChangesServerFiles(line.command)) DataConnection::Of(core_).listing.cached.reset();

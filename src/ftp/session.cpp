@@ -10,6 +10,7 @@
 #include "ftp/command_line.h"
 #include "ftp/ftp_text.h"
 #include "ftp/remote_file_ops.h"
+#include "local/encoding.h"
 
 namespace quorvi::detail {
 
@@ -28,6 +29,15 @@ FtpSession& FtpSession::Of(Core& core) {
 
 bool FtpSession::Connected() const {
   return m_objControlSocket.State() == sckConnected && core_.rt.logged_in;
+}
+
+bool FtpSession::WireCanCarry(const std::string& text) const {
+  return core_.settings.utf8 || RepresentableInAnsi(text);
+}
+
+std::string FtpSession::NotCarriedText(const std::string& name) {
+  return "The name cannot be sent in the code page " + AnsiCodePageName() +
+         " (the server does not use UTF-8): [ " + name + " ]";
 }
 
 int FtpSession::TimeOutSeconds() const {

@@ -65,6 +65,11 @@ class FtpSession : private DispatchTarget {
   bool IsFTPCmdExist(const std::string& command);
   /// Control socket connected and logged in.
   bool Connected() const;
+  /// True when text reaches the server as it is: always in UTF-8, otherwise when the code page
+  /// holds every character (a name it cannot hold would arrive as another name, with '?').
+  bool WireCanCarry(const std::string& text) const;
+  /// The error text for a name the wire cannot carry.
+  static std::string NotCarriedText(const std::string& name);
   /// The destructor's path for a logged-in session: Abort, QUIT, close, ftpClosed.
   void Shutdown();
 

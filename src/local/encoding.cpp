@@ -3,6 +3,8 @@
 // once per thread and reopened only when the code page in force changes.
 #include "local/encoding.h"
 
+#include <algorithm>
+
 #include <memory>
 #include <optional>
 
@@ -134,6 +136,11 @@ std::size_t CompleteUTF8Length(std::string_view bytes) {
 }
 
 std::string ToAnsi(std::string_view text) { return Converters().to_ansi.Convert(text); }
+
+bool RepresentableInAnsi(std::string_view text) {
+  const std::string converted = ToAnsi(text);
+  return std::count(converted.begin(), converted.end(), '?') == std::count(text.begin(), text.end(), '?');
+}
 
 std::string FromAnsi(std::string_view bytes) { return Converters().from_ansi.Convert(bytes); }
 

@@ -18,6 +18,8 @@ std::string DecodeUTF8(std::string_view bytes);
 std::size_t CompleteUTF8Length(std::string_view bytes);
 /// Text converted to the ANSI code page; unrepresentable characters become '?'.
 std::string ToAnsi(std::string_view text);
+/// True when ToAnsi keeps every character of text (it turns nothing into '?').
+bool RepresentableInAnsi(std::string_view text);
 /// Bytes in the ANSI code page converted to text.
 std::string FromAnsi(std::string_view bytes);
 /// Name of the ANSI code page in force (QUORVI_CODEPAGE, else the locale's codeset, with

@@ -290,6 +290,11 @@ bool DownloadEngine::OneBody(bool create_folder) {
     engine_.local_size = LocalSize(s.local_path);
   }
 
+  // A name the code page cannot hold would reach the server as another name ("??.txt").
+  if (session_.Connected() && !session_.WireCanCarry(s.remote_path)) {
+    engine_.attempt = s.redo_limit;
+    Fail(errors::ReplyError(501), FtpSession::NotCarriedText(s.remote_path), "DownLoadOne");
+  }
   bool result = false;
   if (!DecideRemote(create_folder, result)) return result;
   CheckMaxSize(engine_.remote_size, s.max_size, "DownLoadOne");

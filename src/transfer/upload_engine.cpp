@@ -350,6 +350,11 @@ bool UploadEngine::OneBody(bool create_folder) {
   CheckMaxSize(engine_.local_size, s.max_size, "UpLoadOne");
   WriteLog("Upload.ReplaceSetting=" + std::to_string(s.replace_setting));
 
+  // A name the code page cannot hold would reach the server as another name ("??.txt").
+  if (session_.Connected() && !session_.WireCanCarry(s.remote_path)) {
+    engine_.attempt = s.redo_limit;
+    Fail(errors::ReplyError(501), FtpSession::NotCarriedText(s.remote_path), "UpLoadOne");
+  }
   bool result = false;
   if (!DecideRemote(create_folder, result)) return result;
   if (engine_.attempt == 1) engine_.destination_ours = s.overwrite || engine_.remote_size <= 0;
