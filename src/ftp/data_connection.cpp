@@ -144,11 +144,16 @@ std::string DataConnection::GetTransferType() const {
 }
 
 void DataConnection::PrepareSocket() {
-  m_objDataSocket.Rcvbuf(core_.settings.rcvbuf);
+  const bool limited = core_.settings.max_speed > 0;
+  // Under a speed limit the throttle paces the bytes; buffers as small as the limit's
+  // (MaxSpeed sizes them for 80 sends a second) would cap the rate below it instead.
+  const auto second = static_cast<std::int32_t>(std::min<std::int64_t>(core_.settings.max_speed, 1 << 24));
+  m_objDataSocket.Rcvbuf(limited ? std::max(core_.settings.rcvbuf, second) : core_.settings.rcvbuf);
+  m_objDataSocket.MaxReceive(Progress::ThrottledBlock(core_.settings.max_speed));
   // The 14600-byte default is the upload engine's chunk basis, but as SO_SNDBUF it switches off
   // the kernel's send-buffer autotuning and uploads stall for delayed acknowledgements (about
   // 2 MB/s on loopback). So the kernel sizes the buffer unless the host asked for a size.
-  m_objDataSocket.Sndbuf(core_.settings.sndbuf_set ? core_.settings.sndbuf : 0);
+  m_objDataSocket.Sndbuf(core_.settings.sndbuf_set && !limited ? core_.settings.sndbuf : 0);
 }
 
 void DataConnection::OpenPassiveDataSocket(const std::string& reply) {

@@ -330,6 +330,7 @@ void HttpDownloader::ConnectSocket() {
     s.sndbuf = kDefaultSndbuf;
   }
   m_objHttpSocket->Rcvbuf(s.rcvbuf);
+  m_objHttpSocket->MaxReceive(Progress::ThrottledBlock(s.max_speed));
   m_objHttpSocket->Sndbuf(s.sndbuf);
   m_objHttpSocket->Connect();
 }

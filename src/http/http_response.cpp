@@ -215,13 +215,7 @@ void HttpDownloader::UpdateProgress() {
         std::clamp(std::floor(rate), 1.0, double{std::numeric_limits<std::int32_t>::max()}));
     const double left = std::floor((engine.remote_size - engine.bytes) / p.speed);
     p.remaining_time = left > 0 ? left : 1;
-    if (p.average_count == std::numeric_limits<std::int32_t>::max()) {
-      p.average_sum = p.speed;
-      p.average_count = 1;
-    } else {
-      p.average_sum += p.speed;
-      ++p.average_count;
-    }
+    p.RecordSpeedSample(engine.bytes - p.start_offset, static_cast<double>(elapsed));
   }
   p.Throttle(core_.settings.max_speed);
   p.last_data_time = p.clock().now();

@@ -379,7 +379,9 @@ std::int32_t CSocket::RecvDataToBuffer() {
     WriteLog("RecvDataToBuffer.Socket Closed " + m_strType);
     return 0;
   }
-  const auto size = static_cast<std::size_t>(std::max(effective_receive_size_, 1));
+  std::int32_t wanted = std::max(effective_receive_size_, 1);
+  if (max_receive_ > 0) wanted = std::min(wanted, max_receive_);
+  const auto size = static_cast<std::size_t>(wanted);
   receive_buffer_.resize(size);
   receive_count_ = 0;
   platform::SocketResult got;

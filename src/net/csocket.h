@@ -112,6 +112,9 @@ class CSocket {
   void RemotePort(std::int32_t lngNewValue);
   std::int32_t Rcvbuf() const { return rcvbuf_; }
   void Rcvbuf(std::int32_t value) { rcvbuf_ = value; }
+  /// Most bytes one receive takes (0: as many as the receive buffer holds); a speed limit
+  /// keeps reads small so that its pacing stays smooth.
+  void MaxReceive(std::int32_t bytes) { max_receive_ = bytes; }
   std::int32_t Sndbuf() const { return sndbuf_; }
   void Sndbuf(std::int32_t value) { sndbuf_ = value; }
 
@@ -154,6 +157,7 @@ class CSocket {
   std::int32_t sndbuf_ = 0;
   std::int32_t effective_send_size_ = 0;
   std::int32_t effective_receive_size_ = 0;
+  std::int32_t max_receive_ = 0;
   std::int32_t protocol_ = 0;
   std::int32_t state_ = sckClosed;
   double bytes_received_ = 0;

@@ -1,5 +1,6 @@
 #include "transfer/progress.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <limits>
@@ -42,9 +43,21 @@ std::int16_t CappedPercent(double done, double total) {
 }
 
 std::int32_t Progress::SpeedAvg() const {
-  if (average_count <= 0) return 0;
-  const double avg = average_sum / average_count;
+  // The true average: every byte moved over the time it took, not a mean of samples (early
+  // samples over a few milliseconds read many times the real rate).
+  const double ms = average_ms_done + average_ms_now;
+  if (ms <= 0) return 0;
+  const double avg = (average_bytes_done + average_bytes_now) * 1000.0 / ms;
   return std::isfinite(avg) && std::fabs(avg) <= kInt32Max ? RoundInt32(avg) : speed;
+}
+
+void Progress::RecordSpeedSample(double moved_bytes, double elapsed_ms) {
+  if (elapsed_ms < average_ms_now) {
+    average_bytes_done += average_bytes_now;
+    average_ms_done += average_ms_now;
+  }
+  average_bytes_now = moved_bytes;
+  average_ms_now = elapsed_ms;
 }
 
 std::int32_t Progress::LeftTime() {
@@ -68,14 +81,7 @@ void Progress::SampleSpeed(double moved_bytes, double left_bytes, std::uint64_t 
   if (speed <= 0) speed = 1;
   remaining_time = std::trunc(left_bytes / speed);
   if (remaining_time <= 0) remaining_time = 1;
-  if (average_count == std::numeric_limits<std::int32_t>::max() ||
-      !std::isfinite(average_sum + speed)) {
-    average_sum = speed;
-    average_count = 1;
-  } else {
-    average_sum += speed;
-    average_count += 1;
-  }
+  RecordSpeedSample(moved_bytes, static_cast<double>(elapsed));
 }
 
 void Progress::DownloadBlock(double n, double& bytes, double& remote_size, bool without_list,
@@ -119,6 +125,8 @@ void Progress::UploadStep(double bytes_sent, double local_size, std::int32_t max
   if (speed_start_tick == 0) speed_start_tick = now_tick;
   chunk_size = NextChunkSize(chunk_size, bytes_sent, interval, chunk_event_count, chunk_time_sum,
                              max_chunk_size);
+  if (const std::int32_t cap = ThrottledBlock(settings.throttle_limit); cap > 0)
+    chunk_size = std::min(chunk_size, cap);
   if (interval > 0) {
     interval = static_cast<std::int64_t>(now_tick - speed_start_tick);
     if (interval > 0) {
@@ -144,13 +152,34 @@ void Progress::UploadChunk(double n, double& bytes_sent, double local_size, File
 }
 
 void Progress::Throttle(std::int64_t limit) {
-  if (limit <= 0 || speed <= limit) return;
-  clock_.pause(20);
-  if (speed >= 1.2 * static_cast<double>(limit)) {
-    clock_.pause(500);
-  } else {
-    speed = static_cast<std::int32_t>(limit);
+  constexpr double kBurstMs = 250;
+  constexpr double kLongestWaitMs = 1000;
+  if (limit <= 0) {
+    pace_tick_ = 0;
+    return;
   }
+  const std::uint64_t now = clock_.tick();
+  if (pace_tick_ == 0 || pace_limit_ != limit || job_bytes_moved < pace_bytes_) {
+    pace_tick_ = now;
+    pace_bytes_ = job_bytes_moved;
+    pace_limit_ = limit;
+    return;
+  }
+  const double due_ms = (job_bytes_moved - pace_bytes_) * 1000.0 / static_cast<double>(limit);
+  const double elapsed_ms = static_cast<double>(now - pace_tick_);
+  if (due_ms > elapsed_ms) {
+    clock_.pause(static_cast<std::uint32_t>(std::ceil(std::min(due_ms - elapsed_ms, kLongestWaitMs))));
+  } else if (elapsed_ms - due_ms > kBurstMs) {
+    // Behind by more than a quarter second (a slow server, a pause between files): the time
+    // not used is not made up later, or the next seconds would run far over the limit.
+    pace_tick_ = now;
+    pace_bytes_ = job_bytes_moved;
+  }
+}
+
+std::int32_t Progress::ThrottledBlock(std::int64_t limit) {
+  if (limit <= 0) return 0;
+  return static_cast<std::int32_t>(std::clamp<std::int64_t>(limit / 10, 4096, 1 << 20));
 }
 
 void Progress::MaybeRaiseEvent(const std::function<void()>& raise_event) {
@@ -165,8 +194,7 @@ void Progress::StartJob(bool keep_averages) {
   job_end.reset();
   if (!keep_averages) {
     job_bytes_moved = 0;
-    average_sum = 0;
-    average_count = 0;
+    average_bytes_done = average_ms_done = average_bytes_now = average_ms_now = 0;
   }
 }
 
@@ -181,8 +209,7 @@ void Progress::ResetForClose(FileCounters counters) {
   counters.percent = 0;
   counters.transfer_size = 0;
   speed = 0;
-  average_sum = 0;
-  average_count = 0;
+  average_bytes_done = average_ms_done = average_bytes_now = average_ms_now = 0;
   remaining_time = 0;
   file_size = 0;
   job_start.reset();

@@ -44,8 +44,9 @@ class Progress {
   double total_transfer_size = 0;
   double total_file_size = 0;
   std::int32_t speed = 0;
-  double average_sum = 0;
-  std::int32_t average_count = 0;
+  // SpeedAvg: bytes and milliseconds of the files done in this job, and of the current one.
+  double average_bytes_done = 0, average_ms_done = 0;
+  double average_bytes_now = 0, average_ms_now = 0;
   double remaining_time = 0;
   std::optional<double> job_start, job_end, file_start, file_end;  ///< empty = the unset date
   double last_data_time = 0;
@@ -80,8 +81,16 @@ class Progress {
   /// One chunk of n bytes handed to the socket.
   void UploadChunk(double n, double& bytes_sent, double local_size, FileCounters counters,
                    const ProgressSettings& settings);
-  /// The bandwidth throttle after a data event: 20 ms, plus 500 ms at 1.2 times the limit.
+  /// Holds the job's data to limit bytes per second (0: no limit): after each block it waits
+  /// until the bytes moved so far are due; time more than a quarter second behind (a stall) is
+  /// not made up later. Waits at most a second per call; the next block waits for the rest.
   void Throttle(std::int64_t limit);
+  /// Largest block to read or send at once under limit (0: no cap): a tenth of a second's
+  /// worth, so that no burst spans much of the measuring window.
+  static std::int32_t ThrottledBlock(std::int64_t limit);
+  /// One speed sample: moved bytes of the current file in elapsed ms since its speed clock
+  /// started. A smaller elapsed than the last sample's starts the next file.
+  void RecordSpeedSample(double moved_bytes, double elapsed_ms);
   /// Raises the transfer event when more than 200 ms passed since the last one.
   void MaybeRaiseEvent(const std::function<void()>& raise_event);
 
@@ -101,6 +110,10 @@ class Progress {
   void SampleSpeed(double moved_bytes, double left_bytes, std::uint64_t elapsed);
 
   ProgressClock clock_;
+  // Throttle: the tick and job byte count the pacing counts from, and the limit it was set for.
+  std::uint64_t pace_tick_ = 0;
+  double pace_bytes_ = 0;
+  std::int64_t pace_limit_ = 0;
 };
 
 /// Percent of done/total rounded, 99 at most.

@@ -84,28 +84,54 @@ TEST(Progress, TransferEventAtMostEvery200Ms) {
   EXPECT_EQ(f.events, 2);  // at +210 and +411; +199 after that is too soon
 }
 
-TEST(Progress, ThrottlePausesAndCapsTheShownSpeed) {
-  struct Case { std::int32_t speed; std::int64_t limit; std::vector<std::uint32_t> pauses;
-                std::int32_t shown; };
+// The throttle paces the job's bytes: after each block it waits until they are due at the
+// limit; a stall earns at most a quarter second of burst, and one wait is a second at most.
+TEST(Progress, ThrottlePacesTheBytesMoved) {
+  struct Step {
+    std::uint64_t gap_ms;    // time passing before the block
+    double bytes;            // bytes the block moved
+    std::uint32_t pause_ms;  // the wait it gets (0: none)
+  };
+  struct Case {
+    const char* name;
+    std::int64_t limit;
+    std::vector<Step> steps;
+  };
   const Case cases[] = {
-      {12288, 10240, {20, 500}, 12288},  // 1.2 times the limit: the long pause
-      {11000, 10240, {20}, 10240},
-      {10240, 10240, {}, 10240},
-      {99999, 0, {}, 99999},
+      {"paced", 10000, {{0, 0, 0}, {0, 1000, 100}, {0, 500, 50}, {150, 1000, 0}}},
+      {"long wait capped", 1000, {{0, 0, 0}, {0, 5000, 1000}, {0, 0, 1000}, {0, 0, 1000}}},
+      {"stall gives a short burst only",
+       10000, {{0, 0, 0}, {5000, 2500, 0}, {0, 2500, 250}, {0, 1000, 100}}},
+      {"no limit", 0, {{0, 1e9, 0}}},
   };
   for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
     Fixture f;
-    f.p.speed = c.speed;
-    f.p.Throttle(c.limit);
-    EXPECT_EQ(f.pauses, c.pauses) << c.speed;
-    EXPECT_EQ(f.p.speed, c.shown) << c.speed;
+    for (const Step& step : c.steps) {
+      f.tick += step.gap_ms;
+      f.p.job_bytes_moved += step.bytes;
+      f.pauses.clear();
+      f.p.Throttle(c.limit);
+      EXPECT_EQ(f.pauses.empty() ? 0u : f.pauses.front(), step.pause_ms) << step.bytes;
+    }
   }
+  EXPECT_EQ(Progress::ThrottledBlock(0), 0);
+  EXPECT_EQ(Progress::ThrottledBlock(100 * 1024), 10240);
+  EXPECT_EQ(Progress::ThrottledBlock(1000), 4096);
 }
 
 TEST(Progress, DerivedReads) {
   Fixture f;
-  f.p.average_sum = 5;
-  f.p.average_count = 2;
+  // The average is every byte over all the time, across files: 3000 B in 2 s, then 1000 B in
+  // 2 s more (the second file starts its own clock). A mean of the samples would read higher.
+  f.p.RecordSpeedSample(1000, 10);  // an early sample: 100000 B/s
+  f.p.RecordSpeedSample(3000, 2000);
+  f.p.RecordSpeedSample(1000, 2000 - 1);
+  f.p.RecordSpeedSample(1000, 2000);
+  EXPECT_EQ(f.p.SpeedAvg(), 1000);
+  f.p.average_bytes_done = f.p.average_ms_done = f.p.average_bytes_now = 0;
+  f.p.average_ms_now = 2;
+  f.p.average_bytes_now = 0.005;
   EXPECT_EQ(f.p.SpeedAvg(), 2);  // 2.5 rounds to even
   f.p.remaining_time = 5e12;
   EXPECT_EQ(f.p.LeftTime(), 2000000000);
