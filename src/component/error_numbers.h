@@ -47,4 +47,7 @@ inline constexpr std::int32_t kNoFileSize = 18002;
 inline constexpr std::int32_t kHttpConnectFailed = 18003;
 inline constexpr std::int32_t kHttpNoResponse = 18004;
 
+// ---- Encrypted connections (19xxx) ----
+inline constexpr std::int32_t kTlsUnavailable = 19000;  ///< no TLS for this connection
+
 }  // namespace quorvi::errors

@@ -51,6 +51,10 @@ constexpr std::array<ErrorRow, 20> kComponentRows = {{
     {20061, 50, {}},
 }};
 
+constexpr std::array<ErrorRow, 1> kTlsRows = {{
+    {19000, -1, "Encrypted connections are not available"},
+}};
+
 constexpr std::array<ErrorRow, 5> kHttpRows = {{
     {18001, 48, {}},
     {18002, 49, {}},
@@ -68,6 +72,7 @@ std::string GetHttpErrorText(std::int32_t number) {
 
 std::string GetErrorText(std::int32_t number) {
   if (const auto* row = FindRow(kComponentRows, number)) return RowText(*row);
+  if (const auto* row = FindRow(kTlsRows, number)) return RowText(*row);
   // Reply codes are 16-bit keys; a number beyond that range has no table text.
   if (number < std::numeric_limits<std::int16_t>::min() ||
       number > std::numeric_limits<std::int16_t>::max()) {

@@ -253,7 +253,11 @@ void HttpDownloader::PrepareFile() {
   header_bytes_.clear();
 
   std::string& url = core_.settings.remote_path;
-  if (!StartsWithNoCase(url, "https://") && !StartsWithNoCase(url, "http://")) {
+  // An https:// address asks for encryption: it is never fetched in clear text instead.
+  if (StartsWithNoCase(url, "https://"))
+    Fail(errors::kTlsUnavailable, GetErrorText(errors::kTlsUnavailable) +
+                                      ": https:// is not fetched in clear text [ " + url + " ]");
+  if (!StartsWithNoCase(url, "http://")) {
     url = "http://" + url;
   }
   // "host:port"; a port text that is not a number leaves the port as it was.

@@ -120,6 +120,9 @@ TEST_F(HttpDownload, Failures) {
       {Url(""), dir_.string() + "/index.html", 18000},
       {Url("a.bin"), "rel/dir/", 20011},
       {"http://127.0.0.1:1/a.bin", dir_.string() + "/", 10061},
+      // Encryption was asked for: the plain server is never asked (no request in its log).
+      {"https://127.0.0.1:" + std::to_string(server().port()) + "/never.bin", dir_.string() + "/",
+       19000},
   };
   for (const auto& [remote, local, number] : cases) {
     ftp_.RemotePath(remote);
@@ -129,6 +132,8 @@ TEST_F(HttpDownload, Failures) {
     EXPECT_EQ(ftp_.FtpState(), ftpFreeState) << remote;
   }
   EXPECT_FALSE(fs::exists(dir_ / "index.html"));  // a refused request leaves no file behind
+  EXPECT_FALSE(fs::exists(dir_ / "never.bin"));
+  EXPECT_EQ(Count(AccessLog(), "/never.bin"), 0u);
 }
 
 TEST_F(HttpDownload, SecondOfThreeFailsAndTheThirdIsNeverRequested) {
