@@ -99,6 +99,28 @@ class FtpLibrary {
   /// Passive (true, default) or active data connections.
   bool PassiveMode() const;
   void PassiveMode(bool value);
+  /// Encryption: 0 none (default), 1 explicit FTPS (AUTH TLS after the greeting), 2 implicit
+  /// FTPS (TLS from the first byte; port 990 while RemotePort is 21). Never falls back to plain.
+  std::int16_t Security() const;
+  void Security(std::int16_t value);
+  /// Verify the server's certificate chain and name (default true); false is insecure.
+  bool VerifyCertificate() const;
+  void VerifyCertificate(bool value);
+  /// PEM file of the CAs to trust instead of the system's store ("" = the system's).
+  std::string CAFile() const;
+  void CAFile(const std::string& value);
+  /// The server's public key as "sha256//BASE64"; "" = no pin (default).
+  std::string PinnedPublicKey() const;
+  void PinnedPublicKey(const std::string& value);
+  /// PEM certificate (and chain) presented to the server; "" = none.
+  std::string ClientCertificate() const;
+  void ClientCertificate(const std::string& value);
+  /// The client certificate's PEM key ("" = in the certificate file).
+  std::string ClientKey() const;
+  void ClientKey(const std::string& value);
+  /// Encrypt data connections too (PROT P, default true); false sends PROT C.
+  bool ProtectData() const;
+  void ProtectData(bool value);
   /// Largest block an upload sends at once, bytes (at least 32).
   std::int32_t MaxChunkSize() const;
   void MaxChunkSize(std::int32_t value);

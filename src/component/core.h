@@ -15,6 +15,7 @@
 #include <quorvi/user_interface.h>
 
 #include "component/component_error.h"
+#include "net/tls_stream.h"
 #include "component/thread_shared.h"
 #include "local/top_most.h"
 #include "transfer/transfer_state.h"
@@ -32,6 +33,9 @@ struct Settings {
   std::string user_name;
   std::string password;
   std::int32_t remote_port = 21;
+  std::int16_t security = 0;  ///< 0 plain, 1 explicit FTPS (AUTH TLS), 2 implicit FTPS
+  bool protect_data = true;   ///< PROT P on an encrypted session (false: PROT C)
+  TlsSettings tls;            ///< how the server is verified, the client's certificate
   std::string remote_path;
   std::string local_path;
   bool overwrite = false;

@@ -49,5 +49,12 @@ inline constexpr std::int32_t kHttpNoResponse = 18004;
 
 // ---- Encrypted connections (19xxx) ----
 inline constexpr std::int32_t kTlsUnavailable = 19000;  ///< no TLS for this connection
+inline constexpr std::int32_t kTlsRefused = 19001;      ///< the server refused AUTH TLS
+inline constexpr std::int32_t kTlsHandshake = 19002;    ///< the handshake failed (reason)
+inline constexpr std::int32_t kTlsUntrusted = 19003;    ///< the certificate is not trusted
+inline constexpr std::int32_t kTlsNameMismatch = 19004; ///< not issued for the host asked for
+inline constexpr std::int32_t kTlsPinMismatch = 19005;  ///< not the pinned public key
+inline constexpr std::int32_t kTlsNotResumed = 19006;   ///< data connection without the session
+inline constexpr std::int32_t kTlsStream = 19007;       ///< the encrypted stream failed
 
 }  // namespace quorvi::errors

@@ -51,8 +51,15 @@ constexpr std::array<ErrorRow, 20> kComponentRows = {{
     {20061, 50, {}},
 }};
 
-constexpr std::array<ErrorRow, 1> kTlsRows = {{
+constexpr std::array<ErrorRow, 8> kTlsRows = {{
     {19000, -1, "Encrypted connections are not available"},
+    {19001, -1, "The server refused to encrypt the connection (AUTH TLS)"},
+    {19002, -1, "TLS handshake failed"},
+    {19003, -1, "The server's certificate is not trusted"},
+    {19004, -1, "The server's certificate is not for this host"},
+    {19005, -1, "The server's public key is not the pinned one"},
+    {19006, -1, "The data connection did not resume the TLS session"},
+    {19007, -1, "The encrypted connection failed"},
 }};
 
 constexpr std::array<ErrorRow, 5> kHttpRows = {{

@@ -179,6 +179,25 @@ void FtpLibrary::TransferMode(FtpTransferModes value) { core_->settings.transfer
 bool FtpLibrary::PassiveMode() const { return core_->settings.passive_mode; }
 void FtpLibrary::PassiveMode(bool value) { core_->settings.passive_mode = value; }
 
+std::int16_t FtpLibrary::Security() const { return core_->settings.security; }
+void FtpLibrary::Security(std::int16_t value) {
+  core_->settings.security = static_cast<std::int16_t>(std::clamp<std::int16_t>(value, 0, 2));
+}
+bool FtpLibrary::VerifyCertificate() const { return core_->settings.tls.verify; }
+void FtpLibrary::VerifyCertificate(bool value) { core_->settings.tls.verify = value; }
+std::string FtpLibrary::CAFile() const { return core_->settings.tls.ca_file; }
+void FtpLibrary::CAFile(const std::string& value) { core_->settings.tls.ca_file = value; }
+std::string FtpLibrary::PinnedPublicKey() const { return core_->settings.tls.pinned_key; }
+void FtpLibrary::PinnedPublicKey(const std::string& value) { core_->settings.tls.pinned_key = value; }
+std::string FtpLibrary::ClientCertificate() const { return core_->settings.tls.client_cert_file; }
+void FtpLibrary::ClientCertificate(const std::string& value) {
+  core_->settings.tls.client_cert_file = value;
+}
+std::string FtpLibrary::ClientKey() const { return core_->settings.tls.client_key_file; }
+void FtpLibrary::ClientKey(const std::string& value) { core_->settings.tls.client_key_file = value; }
+bool FtpLibrary::ProtectData() const { return core_->settings.protect_data; }
+void FtpLibrary::ProtectData(bool value) { core_->settings.protect_data = value; }
+
 std::int32_t FtpLibrary::MaxChunkSize() const { return core_->settings.max_chunk_size; }
 void FtpLibrary::MaxChunkSize(std::int32_t value) {
   core_->settings.max_chunk_size = std::max(value, kMinBuffer);

@@ -263,11 +263,25 @@ void DataConnection::m_objDataSocket_OnConnectionRequest(std::int32_t requestID)
   // accepted connection (connected as soon as Accept returns).
   if (m_objDataSocket.State() != sckClosed) m_objDataSocket.CloseSocket();
   m_objDataSocket.Accept(requestID);
+  StartDataTls();
+}
+
+void DataConnection::StartDataTls() {
+  const Settings& s = core_.settings;
+  if (s.security == 0 || !s.protect_data || m_objDataSocket.State() != sckConnected) return;
+  // The data connection resumes a session of this FTP session (servers refuse a full
+  // handshake there): a ticket the server issued on the control or an earlier data connection.
+  FtpSession& session = FtpSession::Of(core_);
+  if (!session.tls_sessions) session.tls_sessions = std::make_shared<TlsSessionPool>();
+  TlsSession resume = session.tls_sessions->Take();
+  if (!resume) resume = session.m_objControlSocket.TlsSessionNow();
+  m_objDataSocket.StartTls(s.server_name, s.tls, resume, session.tls_sessions);
 }
 
 void DataConnection::m_objDataSocket_OnConnect() {
   const FtpOperations op = core_.rt.operation;
   WriteLog("PasvSktCONN.END" + OperationText(op));
+  StartDataTls();
   if (op == opDownload || op == opUpload) {
     if (transfer) transfer->DataConnected();
   } else if (op == opListDirectory) {

@@ -139,6 +139,8 @@ class DataConnection {
   void m_objDataSocket_OnClose();
   void m_objDataSocket_OnError();
   void PrepareSocket();
+  /// PROT P: TLS on the data connection, resuming the control connection's session.
+  void StartDataTls();
   bool TryListen(std::int32_t port);
 
   Core& core_;

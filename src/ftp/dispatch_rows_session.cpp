@@ -11,6 +11,8 @@ std::vector<DispatchRow> SessionDispatchRows() {
       {opConnect, kGreeting, {220, 221}, Logged("FTPSVR:", Handler("Greeting"))},
       {opConnect, kGreeting, {226, 257}, Ignore()},
       {opConnect, kGreeting, {}, CloseAndFail()},
+      {opConnect, "AUTH", {234}, Handler("AuthAccepted")},
+      {opConnect, "AUTH", {}, Handler("AuthRefused")},
       {opConnect, "USER", {220}, Logged("USER:", Ignore())},
       {opConnect, "USER", {230}, Handler("LoggedInByUser")},
       {opConnect, "USER", {331}, Send("PASS", "PassWord")},

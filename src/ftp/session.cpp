@@ -102,7 +102,9 @@ bool FtpSession::ConnectSteps() {
   core_.BeginAsyncMethod(opConnect);
 
   m_objControlSocket.RemoteHost(settings.server_name);
-  m_objControlSocket.RemotePort(settings.remote_port);
+  // Implicit FTPS has its own well-known port.
+  m_objControlSocket.RemotePort(settings.security == 2 && settings.remote_port == 21 ? 990
+                                                                                  : settings.remote_port);
   m_objControlSocket.Rcvbuf(kControlBuffer);
   m_objControlSocket.Sndbuf(kControlBuffer);
   m_objControlSocket.Connect();
@@ -118,7 +120,21 @@ bool FtpSession::ConnectSteps() {
 
   FinishLogin();
   connect_retry = 0;
+  if (settings.security != 0 && !ProtectDataConnections()) return false;
   return true;
+}
+
+bool FtpSession::ProtectDataConnections() {
+  const std::string level = core_.settings.protect_data ? "P" : "C";
+  const std::string pbsz = ExeFtpCmd(core_, "PBSZ", "0");
+  const std::string prot = ExeFtpCmd(core_, "PROT", level);
+  if (ftp_text::StartsWith(prot, "200")) return true;
+  // Data in clear text was not asked for: no transfer may happen on this session.
+  const std::string text = GetErrorText(errors::kTlsRefused) + ": PROT " + level + " refused (" +
+                           ftp_text::Trim(prot.empty() ? pbsz : prot) + ")";
+  CloseConnection();
+  core_.ReportError("Connect", errors::kTlsRefused, text);
+  return false;
 }
 
 // After the login: listing options by server kind, the probes, the path prefix.

@@ -103,6 +103,8 @@ class FtpSession : private DispatchTarget {
   std::string path_prefix;
   std::string raw_reply;
   std::string rename_target;
+  /// Sessions the server issued on this session's TLS connections, for data connections.
+  std::shared_ptr<TlsSessionPool> tls_sessions;
   /// The server's reply to a refused REST ("" while resuming works); kept for the session.
   std::string rest_refusal;
   /// Set when MKD was refused with an "already exists" text: CreateDirectory must then see the
@@ -138,6 +140,10 @@ class FtpSession : private DispatchTarget {
   void BindSocketEvents();
   void OnControlConnect();
   void OnControlClose();
+  void OnControlSecured();
+  void StartControlTls();
+  /// PBSZ 0 and PROT P (or C) after an encrypted login; false when the server refuses.
+  bool ProtectDataConnections();
   void OnControlError();
   void OnControlDataArrival();
   /// Dispatches one complete reply, unless it answers an outstanding keep-alive.

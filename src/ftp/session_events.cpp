@@ -50,6 +50,7 @@ FtpSession::~FtpSession() {
 
 void FtpSession::BindSocketEvents() {
   m_objControlSocket.OnConnect = [this] { Contained("OnConnect", [&] { OnControlConnect(); }); };
+  m_objControlSocket.OnSecured = [this] { Contained("OnSecured", [&] { OnControlSecured(); }); };
   m_objControlSocket.OnClose = [this] { Contained("OnClose", [&] { OnControlClose(); }); };
   m_objControlSocket.OnError = [this] { Contained("OnError", [&] { OnControlError(); }); };
   m_objControlSocket.OnDataArrival = [this](double) {
@@ -57,7 +58,22 @@ void FtpSession::BindSocketEvents() {
   };
 }
 
-void FtpSession::OnControlConnect() { core_.SetState(ftpConnected); }
+void FtpSession::OnControlConnect() {
+  core_.SetState(ftpConnected);
+  // Implicit FTPS: TLS from the first byte; the greeting comes after the handshake.
+  if (core_.settings.security == 2) StartControlTls();
+}
+
+void FtpSession::StartControlTls() {
+  tls_sessions = std::make_shared<TlsSessionPool>();
+  m_objControlSocket.StartTls(core_.settings.server_name, core_.settings.tls, nullptr, tls_sessions);
+}
+
+void FtpSession::OnControlSecured() {
+  // Explicit FTPS: the login goes over the now encrypted connection, never before it.
+  if (core_.settings.security == 1 && core_.rt.operation == opConnect)
+    SendFtpCommand("USER", core_.settings.user_name);
+}
 
 void FtpSession::OnControlClose() {
   // Our own close (after QUIT) completes silently: the host saw no ftpClosed for it.
@@ -93,7 +109,19 @@ void FtpSession::RegisterHandlers() {
     server_pure_ftpd = ftp_text::Contains(text, "pure-ftpd");
     server_typsoft = ftp_text::Contains(text, "typsoft");
     server_proftpd = ftp_text::Contains(text, "proftpd");
-    SendFtpCommand("USER", s.user_name);
+    if (s.security == 1) {
+      SendFtpCommand("AUTH", "TLS");  // USER follows the handshake (OnControlSecured)
+    } else {
+      SendFtpCommand("USER", s.user_name);
+    }
+  });
+  dispatcher.RegisterHandler("AuthAccepted", [this](const DispatchContext&) { StartControlTls(); });
+  dispatcher.RegisterHandler("AuthRefused", [this](const DispatchContext& ctx) {
+    // Never on in clear text: without TLS there is no login.
+    detail::RecordError("Connect", errors::kTlsRefused,
+                        GetErrorText(errors::kTlsRefused) + ": " + ctx.received);
+    CloseConnection();
+    core_.EndAsyncMethod();
   });
   dispatcher.RegisterHandler("LoggedInByUser", [this](const DispatchContext&) {
     core_.SetState(ftpUserLoggedIn);

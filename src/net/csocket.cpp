@@ -127,6 +127,7 @@ void CSocket::GetWinsockBuffers() {
 
 void CSocket::DestroySocket() {
   if (handle_ == -1) return;
+  tls_.reset();  // the stream goes before its descriptor
   const int handle = std::exchange(handle_, -1);
   bound_ = false;
   support_->UnregisterSocket(handle);
@@ -137,6 +138,7 @@ void CSocket::CloseSocket() {
   Protect("Close", [&] {
     if (handle_ == -1) return;
     if (state_ == sckConnected) {
+      TlsClose();
       state_ = sckClosing;
       if (int err = platform::ShutdownSocket(handle_, platform::ShutdownHow::Send)) {
         // Nothing left to half-close (the owner already shut both ways, or the peer reset):
@@ -331,6 +333,8 @@ void CSocket::SendBufferedData() {
       const auto address = platform::ParseDottedIPv4(remote_host_).value_or(0);
       const platform::Endpoint to{address, static_cast<std::uint16_t>(RemotePort())};
       sent = platform::SendBytesTo(handle_, data, pending, to);
+    } else if (tls_) {
+      sent = TlsSend(data, pending);
     } else {
       sent = platform::SendBytes(handle_, data, pending);  // a stream ignores the address
     }
@@ -364,7 +368,7 @@ std::int16_t CSocket::KeepConn() {
   Protect("KeepConn", [&] {
     WriteLog("---KeepConn1---");
     const std::string noop = ToAnsi("NOOP");
-    const auto sent = platform::SendBytes(handle_, noop.data(), 3);
+    const auto sent = tls_ ? TlsSend(noop.data(), 3) : platform::SendBytes(handle_, noop.data(), 3);
     result = static_cast<std::int16_t>(sent.ok() ? sent.value : -1);
     WriteLog("---KeepConn2--- RetValue=" + std::to_string(result));
   });
@@ -375,7 +379,9 @@ std::int16_t CSocket::KeepConn() {
 
 std::int32_t CSocket::RecvDataToBuffer() {
   // Datagram sockets never enter the connected state, so the check is for streams only.
-  if (protocol_ == 0 && (state_ == sckClosed || state_ == sckClosing)) {
+  // A TLS stream is read while it closes too: the peer's close_notify (and a late session
+  // ticket) must be taken in, or the close turns into a reset.
+  if (protocol_ == 0 && (state_ == sckClosed || (state_ == sckClosing && !tls_))) {
     WriteLog("RecvDataToBuffer.Socket Closed " + m_strType);
     return 0;
   }
@@ -385,7 +391,9 @@ std::int32_t CSocket::RecvDataToBuffer() {
   receive_buffer_.resize(size);
   receive_count_ = 0;
   platform::SocketResult got;
-  if (protocol_ == 0) {
+  if (protocol_ == 0 && tls_) {
+    got = TlsReceive(receive_buffer_.data(), size);
+  } else if (protocol_ == 0) {
     got = platform::ReceiveBytes(handle_, receive_buffer_.data(), size);
   } else {
     platform::Endpoint from;

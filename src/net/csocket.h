@@ -10,6 +10,11 @@
 #include <string>
 
 #include "net/socket_value.h"
+#include "net/tls_stream.h"
+
+namespace quorvi::platform {
+struct SocketResult;
+}
 
 namespace quorvi::detail {
 
@@ -54,6 +59,8 @@ class CSocket {
   std::function<void(double bytesTotal)> OnDataArrival;
   std::function<void()> OnSendComplete;
   std::function<void(double bytesSent, double bytesRemaining)> OnSendProgress;
+  /// The TLS handshake that StartTls began is complete (the server verified).
+  std::function<void()> OnSecured;
   /// Where the socket's modal messages go; unset, they become log lines.
   std::function<void(const std::string& text)> ShowMessageBox;
 
@@ -90,6 +97,21 @@ class CSocket {
   void Accept(std::int32_t requestID);
   /// Sends "NOO" on the handle; returns the send result.
   std::int16_t KeepConn();
+  /// Starts TLS as the client of this connected socket: OnSecured follows the handshake, or
+  /// OnError with a 19xxx error and its reason. Until then nothing is sent; afterwards every
+  /// read, write and close goes through TLS. A session given is offered for resumption.
+  void StartTls(const std::string& host, const TlsSettings& settings, const TlsSession& resume = nullptr,
+                std::shared_ptr<TlsSessionPool> pool = nullptr);
+  /// TLS is on and its handshake is complete.
+  bool Secured() const { return tls_ && tls_->HandshakeDone(); }
+  /// TLS was started on this connection (the handshake may still run).
+  bool UsesTls() const { return tls_ != nullptr; }
+  /// The session another connection can resume (the latest one, tickets included).
+  TlsSession TlsSessionNow() const { return tls_ ? tls_->Session() : nullptr; }
+  /// The handshake resumed the offered session.
+  bool TlsResumed() const { return tls_ && tls_->Resumed(); }
+  /// Protocol and cipher of the secured connection ("" without TLS).
+  std::string TlsDescription() const { return tls_ ? tls_->Description() : std::string(); }
 
   // ---- Properties ----
   std::int32_t State() const { return state_; }
@@ -141,6 +163,16 @@ class CSocket {
   void TakeAccepted();
   void QueryLocalName();
   void ReportFailure(const std::string& procedure, std::int32_t number, const std::string& text);
+  // TLS (csocket_tls.cpp).
+  void ContinueHandshake();
+  [[noreturn]] void FailTls();
+  /// A TLS event while the handshake runs; true when it was one.
+  bool HandshakeEvent(std::int32_t event);
+  /// Decrypted bytes into data, as a receive would report them (0: nothing now).
+  platform::SocketResult TlsReceive(char* data, std::size_t size);
+  platform::SocketResult TlsSend(const char* data, std::size_t size);
+  /// Sends close_notify before the socket half-closes.
+  void TlsClose();
   template <typename Body>
   void Protect(const char* procedure, Body&& body) noexcept;
   template <typename... Args, typename... Params>
@@ -171,6 +203,10 @@ class CSocket {
   bool list_command_ = false;
   std::string send_buffer_;
   std::size_t send_offset_ = 0;  // bytes of the send buffer already accepted by the system
+  std::unique_ptr<TlsStream> tls_;
+  bool tls_read_wants_write_ = false;  // a TLS read goes on when the socket is writable
+  bool tls_write_wants_read_ = false;  // a TLS write goes on when the socket is readable
+  bool tls_ended_ = false;             // the peer ended the TLS stream
 };
 
 }  // namespace quorvi::detail

@@ -47,6 +47,11 @@ void CSocket::PostSocketEvent(std::int32_t event, std::int32_t error) {
 }
 
 void CSocket::HandleEvent(std::int32_t event) {
+  if (HandshakeEvent(event)) return;
+  if (event == kFdWrite && tls_read_wants_write_) {
+    tls_read_wants_write_ = false;
+    support_->PostNotification(handle_, kFdRead);
+  }
   switch (event) {
     case kFdRead: OnReadEvent(); break;
     case kFdWrite:

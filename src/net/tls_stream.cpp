@@ -48,6 +48,20 @@ std::string PinOf(X509* certificate) {
   return "sha256//" + std::string(reinterpret_cast<const char*>(encoded.data()), static_cast<std::size_t>(n));
 }
 
+// The index of the pool pointer in each SSL object (made once per process).
+int PoolIndex() {
+  static const int index = SSL_get_ex_new_index(0, nullptr, nullptr, nullptr, nullptr);
+  return index;
+}
+
+// A session (a TLS 1.3 ticket, or the TLS 1.2 session) the server issued: into the pool.
+int NewSession(SSL* ssl, SSL_SESSION* session) {
+  auto* pool = static_cast<TlsSessionPool*>(SSL_get_ex_data(ssl, PoolIndex()));
+  if (pool == nullptr) return 0;  // not kept: the library frees it
+  pool->Add(TlsSession(session, SSL_SESSION_free));
+  return 1;
+}
+
 std::shared_ptr<ssl_ctx_st> MakeContext(const TlsSettings& settings, std::string& problem) {
   std::shared_ptr<SSL_CTX> context(SSL_CTX_new(TLS_client_method()), SSL_CTX_free);
   if (!context) {
@@ -57,6 +71,7 @@ std::shared_ptr<ssl_ctx_st> MakeContext(const TlsSettings& settings, std::string
   SSL_CTX_set_min_proto_version(context.get(), TLS1_2_VERSION);
   // A client cache lets the library keep the tickets a server sends after the handshake.
   SSL_CTX_set_session_cache_mode(context.get(), SSL_SESS_CACHE_CLIENT | SSL_SESS_CACHE_NO_INTERNAL);
+  SSL_CTX_sess_set_new_cb(context.get(), NewSession);
   if (settings.verify) {
     const bool own = !settings.ca_file.empty() || !settings.ca_folder.empty();
     const bool loaded =
@@ -84,9 +99,24 @@ std::shared_ptr<ssl_ctx_st> MakeContext(const TlsSettings& settings, std::string
 
 }  // namespace
 
+void TlsSessionPool::Add(TlsSession session) {
+  constexpr std::size_t kKept = 16;
+  if (!session) return;
+  if (sessions_.size() >= kKept) sessions_.erase(sessions_.begin());
+  sessions_.push_back(std::move(session));
+}
+
+TlsSession TlsSessionPool::Take() {
+  if (!sessions_.empty()) {
+    last_ = std::move(sessions_.back());
+    sessions_.pop_back();
+  }
+  return last_;
+}
+
 TlsStream::TlsStream(int fd, const std::string& host, const TlsSettings& settings,
-                     const TlsSession& resume)
-    : ssl_(nullptr, SSL_free), settings_(settings) {
+                     const TlsSession& resume, std::shared_ptr<TlsSessionPool> pool)
+    : pool_(std::move(pool)), ssl_(nullptr, SSL_free), settings_(settings) {
   ERR_clear_error();
   std::string problem;
   context_ = MakeContext(settings, problem);
@@ -100,6 +130,7 @@ TlsStream::TlsStream(int fd, const std::string& host, const TlsSettings& setting
     return;
   }
   SSL_set_mode(ssl_.get(), SSL_MODE_ENABLE_PARTIAL_WRITE | SSL_MODE_ACCEPT_MOVING_WRITE_BUFFER);
+  SSL_set_ex_data(ssl_.get(), PoolIndex(), pool_.get());
   if (settings.verify) {
     SSL_set_verify(ssl_.get(), SSL_VERIFY_PEER, nullptr);
     if (IsAddress(host)) {

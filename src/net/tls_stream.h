@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 struct ssl_st;
 struct ssl_ctx_st;
@@ -26,6 +27,20 @@ struct TlsSettings {
 
 /// A session to resume (shared with the connections that resume it).
 using TlsSession = std::shared_ptr<ssl_session_st>;
+
+/// The sessions a server issued on the connections of one FTP session, for data connections
+/// to resume. TLS 1.3 tickets are good for one resumption each: every one is handed out once,
+/// the newest first; when none is left the last one handed out is offered again.
+class TlsSessionPool {
+ public:
+  void Add(TlsSession session);
+  TlsSession Take();
+  std::size_t Size() const { return sessions_.size(); }
+
+ private:
+  std::vector<TlsSession> sessions_;
+  TlsSession last_;
+};
 
 /// Outcome of one step.
 enum class TlsStatus {
@@ -56,9 +71,10 @@ enum class TlsFailure {
 class TlsStream {
  public:
   /// A client connection over fd (already connected) to host (a name or an IP address, for
-  /// the name check and SNI). A session given is offered for resumption.
+  /// the name check and SNI). A session given is offered for resumption; sessions the server
+  /// issues on this connection go to the pool.
   TlsStream(int fd, const std::string& host, const TlsSettings& settings,
-            const TlsSession& resume = nullptr);
+            const TlsSession& resume = nullptr, std::shared_ptr<TlsSessionPool> pool = nullptr);
   ~TlsStream();
   TlsStream(const TlsStream&) = delete;
   TlsStream& operator=(const TlsStream&) = delete;
@@ -90,6 +106,7 @@ class TlsStream {
   TlsResult FromSslError(int ret, TlsFailure on_failure);
   bool CheckPin();
 
+  std::shared_ptr<TlsSessionPool> pool_;
   std::shared_ptr<ssl_ctx_st> context_;
   std::unique_ptr<ssl_st, void (*)(ssl_st*)> ssl_;
   TlsSettings settings_;
