@@ -18,6 +18,16 @@ void Configure(quorvi::FtpLibrary& ftp, const qftp::Options& o) {
   ftp.UserName(o.user);
   ftp.PassWord(o.password);
   ftp.PassiveMode(!o.active);
+  ftp.Security(static_cast<std::int16_t>(o.security));
+  ftp.CAFile(o.ca_file);
+  ftp.PinnedPublicKey(o.pin);
+  ftp.ClientCertificate(o.cert);
+  ftp.ClientKey(o.key);
+  ftp.ProtectData(!o.clear_data);
+  if (o.insecure) {
+    ftp.VerifyCertificate(false);
+    if (o.security != 0) std::cerr << "qftp: --insecure: the server's certificate is not checked\n";
+  }
   // Automatic encoding unless the user chose one.
   if (o.utf8) {
     ftp.UTF8(true);

@@ -41,6 +41,14 @@ const std::vector<OptionRow>& OptionTable() {
       {"", "--pause-ms", true, [](Options& o, auto& n, auto& v) { o.pause_ms = ToInt(n, v); }},
       {"", "--sndbuf", true, [](Options& o, auto& n, auto& v) { o.sndbuf = ToInt(n, v); }},
       {"", "--proxy", true, [](Options& o, auto&, auto& v) { o.proxy = v; }},
+      {"", "--ftps", false, [](Options& o, auto&, auto&) { o.security = 1; }},
+      {"", "--ftps-implicit", false, [](Options& o, auto&, auto&) { o.security = 2; }},
+      {"", "--cacert", true, [](Options& o, auto&, auto& v) { o.ca_file = v; }},
+      {"", "--pin", true, [](Options& o, auto&, auto& v) { o.pin = v; }},
+      {"", "--cert", true, [](Options& o, auto&, auto& v) { o.cert = v; }},
+      {"", "--key", true, [](Options& o, auto&, auto& v) { o.key = v; }},
+      {"", "--insecure", false, [](Options& o, auto&, auto&) { o.insecure = true; }},
+      {"", "--clear-data", false, [](Options& o, auto&, auto&) { o.clear_data = true; }},
       {"-q", "", false, [](Options& o, auto&, auto&) { o.quiet = true; }},
       {"-v", "", false, [](Options& o, auto&, auto&) { o.verbose = true; }},
       {"", "--log", false, [](Options& o, auto&, auto&) { o.log = true; }},
@@ -95,6 +103,8 @@ std::string UsageText() {
   return R"(usage: qftp [options] COMMAND [ARGS]
 connection:  -H/--host HOST  -P/--port N  -u/--user USER  -p/--password PASS (or env QFTP_PASSWORD)
              --active  --utf8 | --no-auto-encoding  --mlsd  --list-all  --timeout S
+             --ftps (AUTH TLS) | --ftps-implicit (port 990)  --cacert FILE  --pin sha256//BASE64
+             --cert FILE --key FILE  --clear-data (PROT C)  --insecure (no certificate checks)
              --keepalive-cmd CMD  --keepalive-sec S  --pause-ms N (pause per notification, default 10)
              --sndbuf BYTES (data send buffer and upload chunk cap; default: sized by the system)
 transfer:    --replace ask|overwrite|resume|skip|rename  --rename-rule RULE  --retries N

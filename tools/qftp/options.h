@@ -26,6 +26,13 @@ struct Options {
   std::optional<int> pause_ms;  ///< pause after each socket notification
   std::optional<int> sndbuf;    ///< data connection send buffer (and upload chunk cap), bytes
   std::optional<std::string> proxy;  ///< HTTP proxy as HOST:PORT
+  // encryption
+  int security = 0;          ///< 0 none, 1 explicit FTPS (--ftps), 2 implicit (--ftps-implicit)
+  std::string ca_file;       ///< --cacert
+  std::string pin;           ///< --pin sha256//BASE64
+  std::string cert, key;     ///< --cert, --key
+  bool insecure = false;     ///< --insecure: no certificate checks
+  bool clear_data = false;   ///< --clear-data: PROT C
   // transfer (download, upload)
   TransferOptions transfer;
   // output
