@@ -1,0 +1,185 @@
+// FTPS against vsftpd, which requires TLS for logins and data and refuses a data connection
+// that does not resume the control connection's session: round trips in both modes (several
+// data connections in a row), every verification outcome, and the refusals that must never
+// turn into clear text.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <filesystem>
+#include <string>
+
+#include "component/core.h"
+#include "net/tls_stream.h"
+#include "test_helpers.h"
+
+namespace quorvi::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+// A throw-away CA and a certificate for localhost, 127.0.0.1 and ::1, made once per process.
+struct Certificates {
+  fs::path dir, ca, cert, key, other_ca;
+};
+
+fs::path CertificateDir() {
+  return fs::temp_directory_path() / ("quorvi-ftps-certs-" + std::to_string(::getpid()));
+}
+
+const Certificates& Certs() {
+  static const Certificates certs = [] {
+    Certificates c;
+    c.dir = CertificateDir();
+    fs::create_directories(c.dir);
+    std::atexit([] { fs::remove_all(CertificateDir()); });
+    c.ca = c.dir / "ca.pem";
+    c.cert = c.dir / "server.pem";
+    c.key = c.dir / "server.key";
+    c.other_ca = c.dir / "other-ca.pem";
+    const std::string d = c.dir.string();
+    const std::string script =
+        "cd " + d + " && exec >/dev/null 2>&1 && "
+        "openssl req -x509 -newkey rsa:2048 -nodes -keyout ca.key -out ca.pem -days 2 -subj /CN=TestCA && "
+        "openssl req -x509 -newkey rsa:2048 -nodes -keyout other.key -out other-ca.pem -days 2 -subj /CN=OtherCA && "
+        "openssl req -newkey rsa:2048 -nodes -keyout server.key -out server.csr -subj /CN=localhost && "
+        "printf 'subjectAltName=DNS:localhost,IP:127.0.0.1,IP:::1\\n' > ext.cnf && "
+        "openssl x509 -req -in server.csr -CA ca.pem -CAkey ca.key -CAcreateserial -out server.pem "
+        "-days 2 -extfile ext.cnf && chmod 644 *";
+    if (std::system(script.c_str()) != 0) ADD_FAILURE() << "openssl could not make the certificates";
+    return c;
+  }();
+  return certs;
+}
+
+std::vector<std::string> TlsOptions(bool implicit) {
+  const Certificates& c = Certs();
+  std::vector<std::string> options = {"-ossl_enable=YES", "-orsa_cert_file=" + c.cert.string(),
+                                      "-orsa_private_key_file=" + c.key.string(),
+                                      "-oforce_local_logins_ssl=YES", "-oforce_local_data_ssl=YES"};
+  if (implicit) options.push_back("-oimplicit_ssl=YES");
+  return options;
+}
+
+QUORVI_SERVER_SUITE(VsftpdExplicitTls, ServerKind::Vsftpd, TlsOptions(false));
+QUORVI_SERVER_SUITE(VsftpdImplicitTls, ServerKind::Vsftpd, TlsOptions(true));
+QUORVI_SERVER_SUITE(VsftpdPlain, ServerKind::Vsftpd);
+
+std::unique_ptr<FtpLibrary> TlsClient(const TestServer& server, std::int16_t security) {
+  auto ftp = UserClient(server);
+  ftp->Security(security);
+  ftp->CAFile(Certs().ca.string());
+  return ftp;
+}
+
+TEST_F(VsftpdExplicitTls, RoundTripsInBothModesResumeTheSession) {
+  const fs::path local = fs::path(Certs().dir) / "local";
+  fs::create_directories(local);
+  const std::string content = Pattern(700000, 17);
+  {
+    std::ofstream out(local / "up.bin", std::ios::binary);
+    out << content;
+  }
+  for (const bool passive : {true, false}) {
+    SCOPED_TRACE(passive ? "passive" : "active");
+    auto ftp = TlsClient(server(), 1);
+    ftp->PassiveMode(passive);
+    ftp->ReplaceSetting(1);
+    ASSERT_TRUE(ftp->Connect()) << ftp->ErrorNumber() << " " << ftp->ErrorInfo();
+    ftp->LocalPath((local / "up.bin").string());
+    ftp->RemotePath("/pub/tls/up.bin");
+    ASSERT_TRUE(ftp->UpLoad()) << ftp->ErrorNumber() << " " << ftp->ErrorInfo();
+    EXPECT_TRUE(ReadAll(server().root() / "pub" / "tls" / "up.bin") == content);
+    // Three data connections more: each resumes a session the server issued.
+    for (const char* name : {"a.bin", "b.bin"}) {
+      ftp->RemotePath("/pub/tls/up.bin");
+      ftp->LocalPath((local / name).string());
+      ASSERT_TRUE(ftp->DownLoad()) << name << ": " << ftp->ErrorNumber() << " " << ftp->ErrorInfo();
+      EXPECT_TRUE(ReadAll(local / name) == content) << name;
+    }
+    const auto files = ftp->GetFtpDirectoryInfo("/pub/tls");
+    ASSERT_TRUE(files.has_value()) << ftp->ErrorInfo();
+    EXPECT_EQ(Names(*files), std::vector<std::string>{"up.bin"});
+  }
+  // vsftpd logs a data connection that did not resume; there must be none.
+  EXPECT_EQ(Count(ReadAll(server().log_path()), "No SSL session reuse"), 0u);
+}
+
+TEST_F(VsftpdExplicitTls, VerificationOutcomes) {
+  struct Case {
+    const char* name;
+    std::string host;
+    std::function<void(FtpLibrary&)> set;
+    std::int32_t error;  // 0: the connect succeeds
+  };
+  const std::string pin = detail::PublicKeyPin(Certs().cert.string());
+  const Case cases[] = {
+      {"the test CA", "127.0.0.1", [](FtpLibrary&) {}, 0},
+      {"a host name", "localhost", [](FtpLibrary&) {}, 0},
+      {"the system's store only", "127.0.0.1", [](FtpLibrary& f) { f.CAFile(""); }, 19003},
+      {"another CA", "127.0.0.1", [](FtpLibrary& f) { f.CAFile(Certs().other_ca.string()); }, 19003},
+      {"the pinned key", "127.0.0.1", [&](FtpLibrary& f) { f.PinnedPublicKey(pin); }, 0},
+      {"another pinned key", "127.0.0.1",
+       [](FtpLibrary& f) { f.PinnedPublicKey("sha256//AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA="); },
+       19005},
+      {"no checks", "127.0.0.1",
+       [](FtpLibrary& f) {
+         f.CAFile("");
+         f.VerifyCertificate(false);
+       },
+       0},
+  };
+  const std::size_t passwords_before = Count(ReadAll(server().log_path()), "\"PASS");
+  std::size_t logins = 0;
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    if (c.error == 0) ++logins;
+    auto ftp = TlsClient(server(), 1);
+    ftp->ServerName(c.host);
+    c.set(*ftp);
+    EXPECT_EQ(ftp->Connect(), c.error == 0) << ftp->ErrorInfo();
+    EXPECT_EQ(ftp->ErrorNumber(), c.error) << ftp->ErrorInfo();
+    if (c.error != 0) {
+      EXPECT_FALSE(ftp->Connected());
+    }
+  }
+  // The password of a failed verification never went out.
+  EXPECT_EQ(Count(ReadAll(server().log_path()), "\"PASS") - passwords_before, logins);
+}
+
+TEST_F(VsftpdExplicitTls, APlainLoginIsRefusedByTheServer) {
+  auto ftp = UserClient(server());
+  EXPECT_FALSE(ftp->Connect());
+  EXPECT_EQ(ftp->ErrorNumber(), 16530) << ftp->ErrorInfo();
+}
+
+TEST_F(VsftpdPlain, AServerWithoutTlsIsNeverLoggedIntoInClearText) {
+  auto ftp = TlsClient(server(), 1);
+  EXPECT_FALSE(ftp->Connect());
+  EXPECT_EQ(ftp->ErrorNumber(), 19001) << ftp->ErrorInfo();
+  EXPECT_FALSE(ftp->Connected());
+  const std::string log = ReadAll(server().log_path());
+  EXPECT_EQ(Count(log, "\"USER"), 0u);
+  EXPECT_EQ(Count(log, "\"PASS"), 0u);
+}
+
+TEST_F(VsftpdImplicitTls, ImplicitTlsListsAndExplicitTimesOut) {
+  server().WriteFile("pub/implicit.txt", "implicit");
+  auto ftp = TlsClient(server(), 2);
+  const auto files = ftp->GetFtpDirectoryInfo("/pub");
+  ASSERT_TRUE(files.has_value()) << ftp->ErrorNumber() << " " << ftp->ErrorInfo();
+  EXPECT_EQ(Names(*files), std::vector<std::string>{"implicit.txt"});
+
+  // A client that waits for a greeting in clear text gets none: the time-out ends it.
+  auto plain = TlsClient(server(), 1);
+  plain->core().settings.time_out = 2;  // below the property's minimum, to keep the test short
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_FALSE(plain->Connect());
+  EXPECT_NE(plain->ErrorNumber(), 0);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(15));
+}
+
+}  // namespace
+}  // namespace quorvi::test
