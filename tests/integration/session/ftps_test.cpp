@@ -22,7 +22,7 @@ namespace fs = std::filesystem;
 
 // A throw-away CA and a certificate for localhost, 127.0.0.1 and ::1, made once per process.
 struct Certificates {
-  fs::path dir, ca, cert, key, other_ca;
+  fs::path dir, ca, cert, key, other_ca, combined;  // combined: key and certificate in one file
 };
 
 fs::path CertificateDir() {
@@ -39,6 +39,7 @@ const Certificates& Certs() {
     c.cert = c.dir / "server.pem";
     c.key = c.dir / "server.key";
     c.other_ca = c.dir / "other-ca.pem";
+    c.combined = c.dir / "combined.pem";
     const std::string d = c.dir.string();
     const std::string script =
         "cd " + d + " && exec >/dev/null 2>&1 && "
@@ -47,7 +48,8 @@ const Certificates& Certs() {
         "openssl req -newkey rsa:2048 -nodes -keyout server.key -out server.csr -subj /CN=localhost && "
         "printf 'subjectAltName=DNS:localhost,IP:127.0.0.1,IP:::1\\n' > ext.cnf && "
         "openssl x509 -req -in server.csr -CA ca.pem -CAkey ca.key -CAcreateserial -out server.pem "
-        "-days 2 -extfile ext.cnf && chmod 644 *";
+        "-days 2 -extfile ext.cnf && cat server.key server.pem > combined.pem && chmod 644 * && "
+        "chmod 600 combined.pem";
     if (std::system(script.c_str()) != 0) ADD_FAILURE() << "openssl could not make the certificates";
     return c;
   }();
@@ -66,6 +68,8 @@ std::vector<std::string> TlsOptions(bool implicit) {
 QUORVI_SERVER_SUITE(VsftpdExplicitTls, ServerKind::Vsftpd, TlsOptions(false));
 QUORVI_SERVER_SUITE(VsftpdImplicitTls, ServerKind::Vsftpd, TlsOptions(true));
 QUORVI_SERVER_SUITE(VsftpdPlain, ServerKind::Vsftpd);
+QUORVI_SERVER_SUITE(PureFtpdTls, ServerKind::PureFtpd,
+                    {"-Y", "2", "-2", Certs().combined.string()});
 
 std::unique_ptr<FtpLibrary> TlsClient(const TestServer& server, std::int16_t security) {
   auto ftp = UserClient(server);
@@ -74,7 +78,8 @@ std::unique_ptr<FtpLibrary> TlsClient(const TestServer& server, std::int16_t sec
   return ftp;
 }
 
-TEST_F(VsftpdExplicitTls, RoundTripsInBothModesResumeTheSession) {
+// Upload, two downloads and a listing per mode: four data connections on one session.
+void RoundTrips(const TestServer& server) {
   const fs::path local = fs::path(Certs().dir) / "local";
   fs::create_directories(local);
   const std::string content = Pattern(700000, 17);
@@ -84,15 +89,14 @@ TEST_F(VsftpdExplicitTls, RoundTripsInBothModesResumeTheSession) {
   }
   for (const bool passive : {true, false}) {
     SCOPED_TRACE(passive ? "passive" : "active");
-    auto ftp = TlsClient(server(), 1);
+    auto ftp = TlsClient(server, 1);
     ftp->PassiveMode(passive);
     ftp->ReplaceSetting(1);
     ASSERT_TRUE(ftp->Connect()) << ftp->ErrorNumber() << " " << ftp->ErrorInfo();
     ftp->LocalPath((local / "up.bin").string());
     ftp->RemotePath("/pub/tls/up.bin");
     ASSERT_TRUE(ftp->UpLoad()) << ftp->ErrorNumber() << " " << ftp->ErrorInfo();
-    EXPECT_TRUE(ReadAll(server().root() / "pub" / "tls" / "up.bin") == content);
-    // Three data connections more: each resumes a session the server issued.
+    EXPECT_TRUE(ReadAll(server.root() / "pub" / "tls" / "up.bin") == content);
     for (const char* name : {"a.bin", "b.bin"}) {
       ftp->RemotePath("/pub/tls/up.bin");
       ftp->LocalPath((local / name).string());
@@ -103,9 +107,15 @@ TEST_F(VsftpdExplicitTls, RoundTripsInBothModesResumeTheSession) {
     ASSERT_TRUE(files.has_value()) << ftp->ErrorInfo();
     EXPECT_EQ(Names(*files), std::vector<std::string>{"up.bin"});
   }
+}
+
+TEST_F(VsftpdExplicitTls, RoundTripsInBothModesResumeTheSession) {
+  RoundTrips(server());
   // vsftpd logs a data connection that did not resume; there must be none.
   EXPECT_EQ(Count(ReadAll(server().log_path()), "No SSL session reuse"), 0u);
 }
+
+TEST_F(PureFtpdTls, RoundTripsInBothModes) { RoundTrips(server()); }
 
 TEST_F(VsftpdExplicitTls, VerificationOutcomes) {
   struct Case {
