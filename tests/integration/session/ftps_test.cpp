@@ -1,7 +1,7 @@
-// FTPS against vsftpd, which requires TLS for logins and data and refuses a data connection
-// that does not resume the control connection's session: round trips in both modes (several
-// data connections in a row), every verification outcome, and the refusals that must never
-// turn into clear text.
+// FTPS against vsftpd and proftpd, which require TLS for logins and data and refuse a data
+// connection that does not resume a session of the control connection, and pure-ftpd with TLS
+// required: round trips in both modes (several data connections in a row), every verification
+// outcome, and the refusals that must never turn into clear text.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -70,6 +70,8 @@ QUORVI_SERVER_SUITE(VsftpdImplicitTls, ServerKind::Vsftpd, TlsOptions(true));
 QUORVI_SERVER_SUITE(VsftpdPlain, ServerKind::Vsftpd);
 QUORVI_SERVER_SUITE(PureFtpdTls, ServerKind::PureFtpd,
                     {"-Y", "2", "-2", Certs().combined.string()});
+QUORVI_SERVER_SUITE(ProftpdTls, ServerKind::Proftpd,
+                    {"--tls", Certs().cert.string(), Certs().key.string()});
 
 std::unique_ptr<FtpLibrary> TlsClient(const TestServer& server, std::int16_t security) {
   auto ftp = UserClient(server);
@@ -116,6 +118,7 @@ TEST_F(VsftpdExplicitTls, RoundTripsInBothModesResumeTheSession) {
 }
 
 TEST_F(PureFtpdTls, RoundTripsInBothModes) { RoundTrips(server()); }
+TEST_F(ProftpdTls, RoundTripsInBothModes) { RoundTrips(server()); }
 
 TEST_F(VsftpdExplicitTls, VerificationOutcomes) {
   struct Case {
