@@ -253,13 +253,10 @@ void HttpDownloader::PrepareFile() {
   header_bytes_.clear();
 
   std::string& url = core_.settings.remote_path;
-  // An https:// address asks for encryption: it is never fetched in clear text instead.
-  if (StartsWithNoCase(url, "https://"))
-    Fail(errors::kTlsUnavailable, GetErrorText(errors::kTlsUnavailable) +
-                                      ": https:// is not fetched in clear text [ " + url + " ]");
-  if (!StartsWithNoCase(url, "http://")) {
-    url = "http://" + url;
-  }
+  https_ = StartsWithNoCase(url, "https://");
+  tunnel_pending_ = false;
+  tunnel_reply_.clear();
+  if (!https_ && !StartsWithNoCase(url, "http://")) url = "http://" + url;
   // "host:port"; a port text that is not a number leaves the port as it was.
   const std::string host_port = MHttpSupport::GetHostAndPort(url);
   const std::size_t colon = host_port.find(':');
@@ -269,7 +266,7 @@ void HttpDownloader::PrepareFile() {
     url_host_ = host_port.substr(0, colon);
   } else {
     url_host_ = host_port;
-    url_port_ = 80;
+    url_port_ = https_ ? 443 : 80;
   }
 }
 
@@ -428,6 +425,9 @@ void HttpDownloader::CreateSocket() {
   m_objHttpSocket->m_strType = "[Http]";
   m_objHttpSocket->OnConnect = [this] {
     Contained("m_objHttpSocket_OnConnect", [this] { m_objHttpSocket_OnConnect(); });
+  };
+  m_objHttpSocket->OnSecured = [this] {
+    Contained("m_objHttpSocket_OnSecured", [this] { SendRequest(); });
   };
   m_objHttpSocket->OnDataArrival = [this](double bytes) {
     Contained("m_objHttpSocket_OnDataArrival", [&] { m_objHttpSocket_OnDataArrival(bytes); });

@@ -59,6 +59,10 @@ class HttpDownloader {
   void ErrorDeal(std::int32_t number, const std::string& text);
 
   void m_objHttpSocket_OnConnect();
+  /// Sends the GET (after TLS, when the address is https://).
+  void SendRequest();
+  /// Reads the proxy's answer to CONNECT; true while it is still coming.
+  bool ReadTunnelReply(const std::string& bytes);
   void m_objHttpSocket_OnDataArrival(double bytesTotal);
   void m_objHttpSocket_OnClose();
   void m_objHttpSocket_OnError();
@@ -79,6 +83,9 @@ class HttpDownloader {
   platform::EventPump::TimerId stall_timer_ = 0;
   std::string url_host_;
   std::int32_t url_port_ = 0;
+  bool https_ = false;          ///< an https:// address: TLS before the request
+  bool tunnel_pending_ = false; ///< CONNECT sent to the proxy, its answer not yet read
+  std::string tunnel_reply_;    ///< the proxy's answer to CONNECT so far
   bool header_received_ = false;
   std::int16_t stage_ = 0;  ///< 0 not connected yet, 1 request sent, 2 response data received
   bool range_sent_ = false;
@@ -91,8 +98,9 @@ std::int32_t StatusCode(std::string_view status);
 std::string ErrorTextWithPath(std::int32_t number, const std::string& path);
 
 /// The request for a URL, as sent: request line (absolute form through a proxy), headers, empty
-/// line. resume_from above 0 adds the Range header.
+/// line. resume_from above 0 adds the Range header; the default port (80, or 443 for https)
+/// stays out of the Host header.
 std::string BuildHttpRequest(const std::string& url, const std::string& host, std::int32_t port,
-                             double resume_from, bool through_proxy);
+                             double resume_from, bool through_proxy, bool https = false);
 
 }  // namespace quorvi::detail

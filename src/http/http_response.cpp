@@ -54,7 +54,7 @@ std::string ErrorTextWithPath(std::int32_t number, const std::string& path) {
 }
 
 std::string BuildHttpRequest(const std::string& url, const std::string& host, std::int32_t port,
-                             double resume_from, bool through_proxy) {
+                             double resume_from, bool through_proxy, bool https) {
   std::string path = url;
   std::replace(path.begin(), path.end(), '\\', '/');
   if (const std::size_t scheme = path.find("//"); scheme != std::string::npos) {
@@ -62,7 +62,8 @@ std::string BuildHttpRequest(const std::string& url, const std::string& host, st
   }
   const std::size_t slash = path.find('/');
   path = slash == std::string::npos ? "/" : path.substr(slash);
-  const std::string host_field = port == 80 ? host : host + ":" + std::to_string(port);
+  const std::string host_field =
+      port == (https ? 443 : 80) ? host : host + ":" + std::to_string(port);
   // A proxy needs the absolute form to know where to go; a server gets the path alone.
   const std::string target = through_proxy ? "http://" + host_field + path : path;
 
@@ -81,11 +82,49 @@ std::string BuildHttpRequest(const std::string& url, const std::string& host, st
 void HttpDownloader::m_objHttpSocket_OnConnect() {
   if (!Running() || core_.rt.operation != opDownload) return;
   const Settings& s = core_.settings;
-  range_sent_ = core_.rt.transfer_size > 0 && !s.overwrite;
   const bool proxy = !TrimBlanks(s.proxy_server).empty();
+  if (!https_) {
+    SendRequest();
+  } else if (proxy) {
+    // Through a proxy, https:// is a tunnel: CONNECT, then TLS with the server inside it.
+    const std::string target = url_host_ + ":" + std::to_string(url_port_);
+    const std::string bytes = "CONNECT " + target + " HTTP/1.1\r\nHost: " + target + "\r\n\r\n";
+    double length = static_cast<double>(bytes.size());
+    tunnel_pending_ = true;
+    m_objHttpSocket->SendData(ByteArray{bytes}, length);
+  } else {
+    m_objHttpSocket->StartTls(url_host_, s.tls);
+  }
+}
+
+bool HttpDownloader::ReadTunnelReply(const std::string& bytes) {
+  tunnel_reply_ += bytes;
+  const std::size_t end = tunnel_reply_.find(kHeaderEnd);
+  if (end == std::string::npos) {
+    if (tunnel_reply_.size() > kMaxHeaderBytes) Fail(errors::kHttpError, "Header Error");
+    return true;
+  }
+  const std::string status = MHttpSupport::GetStatusLine(FromAnsi(tunnel_reply_.substr(0, end)));
+  if (StatusCode(status) != 200) {
+    Fail(errors::kHttpConnectFailed, GetHttpErrorText(errors::kHttpConnectFailed) +
+                                         ": the proxy refused the tunnel (" + status + ")");
+  }
+  tunnel_pending_ = false;
+  tunnel_reply_.clear();
+  m_objHttpSocket->StartTls(url_host_, core_.settings.tls);
+  return false;
+}
+
+void HttpDownloader::SendRequest() {
+  if (!Running() || core_.rt.operation != opDownload) return;
+  const Settings& s = core_.settings;
+  range_sent_ = core_.rt.transfer_size > 0 && !s.overwrite;
+  // A tunnelled request goes to the server itself: the path alone.
+  const bool proxy_form = !https_ && !TrimBlanks(s.proxy_server).empty();
   // The request crosses the wire in the ANSI code page; its length is counted in bytes.
   const std::string bytes = ToAnsi(BuildHttpRequest(
-      s.remote_path, url_host_, url_port_, range_sent_ ? core_.rt.transfer_size : 0, proxy));
+      s.remote_path, url_host_, url_port_, range_sent_ ? core_.rt.transfer_size : 0, proxy_form,
+      https_));
   double length = static_cast<double>(bytes.size());
   m_objHttpSocket->SendData(ByteArray{bytes}, length);
   stage_ = 1;
@@ -99,8 +138,12 @@ void HttpDownloader::m_objHttpSocket_OnDataArrival(double /*bytesTotal*/) {
   // After the file has ended or failed, what still arrives is read and dropped.
   if (!arrived || !Running() || core_.rt.operation != opDownload || core_.error().Number() != 0)
     return;
-  stage_ = 2;
   try {
+    if (tunnel_pending_) {
+      ReadTunnelReply(arrived->bytes);
+      return;
+    }
+    stage_ = 2;
     if (header_received_) {
       WriteBody(arrived->bytes.data(), arrived->bytes.size());
       return;

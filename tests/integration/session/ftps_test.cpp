@@ -13,6 +13,7 @@
 
 #include "component/core.h"
 #include "net/tls_stream.h"
+#include "test_certificates.h"
 #include "test_helpers.h"
 
 namespace quorvi::test {
@@ -20,44 +21,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A throw-away CA and a certificate for localhost, 127.0.0.1 and ::1, made once per process.
-struct Certificates {
-  fs::path dir, ca, cert, key, other_ca, combined;  // combined: key and certificate in one file
-};
-
-fs::path CertificateDir() {
-  return fs::temp_directory_path() / ("quorvi-ftps-certs-" + std::to_string(::getpid()));
-}
-
-const Certificates& Certs() {
-  static const Certificates certs = [] {
-    Certificates c;
-    c.dir = CertificateDir();
-    fs::create_directories(c.dir);
-    std::atexit([] { fs::remove_all(CertificateDir()); });
-    c.ca = c.dir / "ca.pem";
-    c.cert = c.dir / "server.pem";
-    c.key = c.dir / "server.key";
-    c.other_ca = c.dir / "other-ca.pem";
-    c.combined = c.dir / "combined.pem";
-    const std::string d = c.dir.string();
-    const std::string script =
-        "cd " + d + " && exec >/dev/null 2>&1 && "
-        "openssl req -x509 -newkey rsa:2048 -nodes -keyout ca.key -out ca.pem -days 2 -subj /CN=TestCA && "
-        "openssl req -x509 -newkey rsa:2048 -nodes -keyout other.key -out other-ca.pem -days 2 -subj /CN=OtherCA && "
-        "openssl req -newkey rsa:2048 -nodes -keyout server.key -out server.csr -subj /CN=localhost && "
-        "printf 'subjectAltName=DNS:localhost,IP:127.0.0.1,IP:::1\\n' > ext.cnf && "
-        "openssl x509 -req -in server.csr -CA ca.pem -CAkey ca.key -CAcreateserial -out server.pem "
-        "-days 2 -extfile ext.cnf && cat server.key server.pem > combined.pem && chmod 644 * && "
-        "chmod 600 combined.pem";
-    if (std::system(script.c_str()) != 0) ADD_FAILURE() << "openssl could not make the certificates";
-    return c;
-  }();
-  return certs;
-}
+const TestCertificates& Certs() { return TestCerts(); }
 
 std::vector<std::string> TlsOptions(bool implicit) {
-  const Certificates& c = Certs();
+  const TestCertificates& c = Certs();
   std::vector<std::string> options = {"-ossl_enable=YES", "-orsa_cert_file=" + c.cert.string(),
                                       "-orsa_private_key_file=" + c.key.string(),
                                       "-oforce_local_logins_ssl=YES", "-oforce_local_data_ssl=YES"};
