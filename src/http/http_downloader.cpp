@@ -236,8 +236,45 @@ bool HttpDownloader::FileSteps(int rename_depth) {
   core_.BeginAsyncMethod(opDownload);
   ConnectSocket();
   if (WaitForBody()) LetConnectionClose();
+  const std::string asked_for = core_.settings.remote_path;
+  while (!redirect_to_.empty() && core_.error().Number() == 0) FollowRedirect();
+  core_.settings.remote_path = asked_for;  // the result lists name what the host asked for
   FtpSession::Of(core_).abort_request = false;
   return Finish();
+}
+
+std::string HttpDownloader::ResolveLocation(const std::string& location) const {
+  if (StartsWithNoCase(location, "http://") || StartsWithNoCase(location, "https://")) return location;
+  const std::string scheme = https_ ? "https:" : "http:";
+  if (location.starts_with("//")) return scheme + location;
+  const std::string origin = scheme + "//" + url_host_ + ":" + std::to_string(url_port_);
+  if (location.starts_with("/")) return origin + location;
+  // Relative to the folder of the current path.
+  const std::string& url = core_.settings.remote_path;
+  const std::size_t path = url.find('/', url.find("//") + 2);
+  std::string folder = path == std::string::npos ? "/" : url.substr(path);
+  folder.erase(folder.find_last_of('/') + 1);
+  return origin + folder + location;
+}
+
+void HttpDownloader::FollowRedirect() {
+  constexpr int kMaxRedirects = 10;
+  const std::string target = std::exchange(redirect_to_, {});
+  if (++redirects_ > kMaxRedirects)
+    Fail(errors::kHttpError, "More than 10 redirects [ " + core_.settings.remote_path + " ]");
+  // What was asked for over TLS is never fetched in clear text.
+  if (https_ && !StartsWithNoCase(target, "https://"))
+    Fail(errors::kHttpError, "A redirect from https:// to http:// is refused [ " + target + " ]");
+  WriteLog("DownHTTP.Redirect:" + target);
+  CloseHttpConnection();
+  core_.settings.remote_path = target;
+  ParseUrl();
+  stage_ = 0;
+  header_received_ = false;
+  header_bytes_.clear();
+  core_.BeginAsyncMethod(opDownload);
+  ConnectSocket();
+  if (WaitForBody()) LetConnectionClose();
 }
 
 void HttpDownloader::PrepareFile() {
@@ -252,6 +289,12 @@ void HttpDownloader::PrepareFile() {
   header_received_ = false;
   header_bytes_.clear();
 
+  redirect_to_.clear();
+  redirects_ = 0;
+  ParseUrl();
+}
+
+void HttpDownloader::ParseUrl() {
   std::string& url = core_.settings.remote_path;
   https_ = StartsWithNoCase(url, "https://");
   tunnel_pending_ = false;

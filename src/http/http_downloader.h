@@ -61,6 +61,12 @@ class HttpDownloader {
   void m_objHttpSocket_OnConnect();
   /// Sends the GET (after TLS, when the address is https://).
   void SendRequest();
+  /// Host, port and scheme of core.settings.remote_path.
+  void ParseUrl();
+  /// The Location of a redirect as an absolute URL.
+  std::string ResolveLocation(const std::string& location) const;
+  /// Follows redirect_to_ (at most 10 times, never from https:// to http://).
+  void FollowRedirect();
   /// Reads the proxy's answer to CONNECT; true while it is still coming.
   bool ReadTunnelReply(const std::string& bytes);
   void m_objHttpSocket_OnDataArrival(double bytesTotal);
@@ -86,6 +92,8 @@ class HttpDownloader {
   bool https_ = false;          ///< an https:// address: TLS before the request
   bool tunnel_pending_ = false; ///< CONNECT sent to the proxy, its answer not yet read
   std::string tunnel_reply_;    ///< the proxy's answer to CONNECT so far
+  std::string redirect_to_;     ///< where a 3xx answer sent the request ("" = nowhere)
+  int redirects_ = 0;           ///< redirects followed for the current file
   bool header_received_ = false;
   std::int16_t stage_ = 0;  ///< 0 not connected yet, 1 request sent, 2 response data received
   bool range_sent_ = false;
@@ -97,6 +105,8 @@ std::int32_t StatusCode(std::string_view status);
 /// An error text of the table with "{0}" replaced by path.
 std::string ErrorTextWithPath(std::int32_t number, const std::string& path);
 
+/// A request path with blanks, controls, non-ASCII bytes and unsafe characters %-encoded.
+std::string PercentEncodePath(const std::string& path);
 /// The request for a URL, as sent: request line (absolute form through a proxy), headers, empty
 /// line. resume_from above 0 adds the Range header; the default port (80, or 443 for https)
 /// stays out of the Host header.

@@ -53,6 +53,26 @@ std::string ErrorTextWithPath(std::int32_t number, const std::string& path) {
   return text;
 }
 
+std::string PercentEncodePath(const std::string& path) {
+  // Blanks, controls, bytes beyond ASCII and the characters no request line may carry; "%"
+  // stays, so an address that is encoded already is sent as it is.
+  static constexpr std::string_view kUnsafe = " \"<>\\^`{|}";
+  static constexpr char kHex[] = "0123456789ABCDEF";
+  std::string out;
+  out.reserve(path.size());
+  for (const char c : path) {
+    const auto b = static_cast<unsigned char>(c);
+    if (b <= 0x20 || b >= 0x7F || kUnsafe.find(c) != std::string_view::npos) {
+      out += '%';
+      out += kHex[b >> 4];
+      out += kHex[b & 15];
+    } else {
+      out += c;
+    }
+  }
+  return out;
+}
+
 std::string BuildHttpRequest(const std::string& url, const std::string& host, std::int32_t port,
                              double resume_from, bool through_proxy, bool https) {
   std::string path = url;
@@ -61,7 +81,7 @@ std::string BuildHttpRequest(const std::string& url, const std::string& host, st
     path.erase(0, scheme + 2);
   }
   const std::size_t slash = path.find('/');
-  path = slash == std::string::npos ? "/" : path.substr(slash);
+  path = PercentEncodePath(slash == std::string::npos ? "/" : path.substr(slash));
   const std::string host_field =
       port == (https ? 443 : 80) ? host : host + ":" + std::to_string(port);
   // A proxy needs the absolute form to know where to go; a server gets the path alone.
@@ -175,9 +195,16 @@ std::size_t HttpDownloader::ProcessHeader(const std::string& response, std::size
   const std::int32_t code = StatusCode(status);
   if (code == 0) Fail(errors::kHttpError, status.empty() ? "Unreadable HTTP status line" : status);
   if (code >= 300 && code < 400) {
-    const std::string location = MHttpSupport::GetHeaderValue(header, "Location:");
-    Fail(errors::kHttpError, "HTTP redirects are not supported (" + status +
-                         (location.empty() ? "" : " to " + location) + ")");
+    const std::string location(TrimBlanks(MHttpSupport::GetHeaderValue(header, "Location:")));
+    const bool follows = code == 301 || code == 302 || code == 303 || code == 307 || code == 308;
+    if (!follows || location.empty()) {
+      Fail(errors::kHttpError, "Unusable redirect (" + status +
+                                   (location.empty() ? ", no Location" : " to " + location) + ")");
+    }
+    // Nothing of this answer goes to the file: the request goes where it points.
+    redirect_to_ = ResolveLocation(location);
+    core_.EndAsyncMethod();
+    return std::string::npos;
   }
   if (code != 200 && code != 206 && code != 416) {
     Fail(errors::kHttpError + code, code == 404 ? std::string() : status);

@@ -147,6 +147,37 @@ TEST_F(HttpDownload, SecondOfThreeFailsAndTheThirdIsNeverRequested) {
   EXPECT_EQ(Count(AccessLog(), "GET /c3.bin"), 0u);
 }
 
+// Redirects are followed (the file keeps the name asked for) up to ten; a loop fails. Names
+// with blanks and other unsafe characters are sent %-encoded.
+TEST_F(HttpDownload, RedirectsAndEncodedPaths) {
+  server().WriteFile("file.bin", "redirected");
+  server().WriteFile("a b#c.txt", "blank");
+  struct Case {
+    const char* remote;
+    const char* local;
+    bool ok;
+    const char* content;
+  };
+  for (const Case& c : {Case{"redirect", "redirect", true, "redirected"},
+                        Case{"a b%23c.txt", "a b%23c.txt", true, "blank"},
+                        Case{"loop", "loop", false, nullptr}}) {
+    SCOPED_TRACE(c.remote);
+    ftp_.ReplaceSetting(1);
+    ftp_.RemotePath(Url(c.remote));
+    ftp_.LocalPath((dir_ / c.local).string());
+    EXPECT_EQ(ftp_.DownloadHttpFile(), c.ok) << ftp_.ErrorNumber() << " " << ftp_.ErrorInfo();
+    if (c.ok) {
+      EXPECT_EQ(ReadAll(dir_ / c.local), c.content);
+      EXPECT_EQ(ftp_.TransferedRemoteFiles(), Url(c.remote));
+    } else {
+      EXPECT_EQ(ftp_.ErrorNumber(), 18000);
+      EXPECT_NE(ftp_.ErrorInfo().find("More than 10 redirects"), std::string::npos) << ftp_.ErrorInfo();
+      EXPECT_FALSE(fs::exists(dir_ / c.local));
+    }
+  }
+  EXPECT_EQ(Count(AccessLog(), "GET /a%20b%23c.txt"), 1u);
+}
+
 TEST_F(HttpDownload, LargeFileByteForByte) {
   const std::string big = Pattern(64u << 20, 7);
   server().WriteFile("big.bin", big);

@@ -83,6 +83,9 @@ TEST_F(HttpsDownload, UntrustedOrPlainServersFailWithoutAFile) {
   };
   const Case cases[] = {
       {"another CA", Url(server().port()), TestCerts().other_ca.string(), 19003},
+      {"a redirect to http://",
+       "https://127.0.0.1:" + std::to_string(server().port()) + "/to-plain",
+       TestCerts().ca.string(), 18000},
       // A plain HTTP proxy waits for a request line that never comes: the time-out ends it.
       {"no TLS on the port", Url(Proxy().server->port()), TestCerts().ca.string(), 20004},
   };

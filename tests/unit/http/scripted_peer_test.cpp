@@ -156,8 +156,10 @@ TEST_F(HttpPeerTest, UnusableResponsesFailWithoutWritingTheFile) {
   // clang-format off
   const Case cases[] = {
       {"no length", {ok + "Content-Type: text/plain\r\n\r\nhello"}, 18002, "Can't get file size"},
-      {"redirect", {"HTTP/1.1 302 Found\r\nLocation: /g\r\nContent-Length: 0\r\n\r\n"}, 18000,
-       "redirect"},
+      {"redirect to nowhere", {"HTTP/1.1 302 Found\r\nContent-Length: 0\r\n\r\n"}, 18000,
+       "Unusable redirect"},
+      {"redirect that is not followed", {"HTTP/1.1 300 Multiple Choices\r\nLocation: /g\r\n\r\n"},
+       18000, "Unusable redirect"},
       {"error page", {ok + "Content-Type: text/html\r\nContent-Length: 40\r\n\r\n",
                       "<html><title>Database Error</title></html>"}, 18000, "Database Error"},
       {"garbage", {"SSH-2.0-OpenSSH\r\n\r\n"}, 18000, "SSH-2.0-OpenSSH"},
