@@ -418,6 +418,11 @@ bool HttpDownloader::Finish() {
   Settings& s = core_.settings;
   TransferEngine& engine = TransferEngine::Of(core_);
   Progress& progress = core_.transfer.progress;
+  if (chunked_ && engine.bytes < engine.remote_size) {
+    Fail(errors::ReplyError(426), "Connection closed before the last chunk: " +
+                                      NumberText(engine.bytes) + " bytes received [ " +
+                                      s.local_path + " ]");
+  }
   if (engine.remote_size > 0 && engine.bytes < engine.remote_size) {
     // The server closed early: a failure, and the part on disk stays for a resume.
     WriteLog("DownHTTP.Short:" + NumberText(engine.bytes) + "/" + NumberText(engine.remote_size) +

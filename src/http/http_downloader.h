@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 
+#include "http/chunked_decoder.h"
 #include "net/csocket.h"
 #include "platform/event_pump.h"
 
@@ -77,6 +78,8 @@ class HttpDownloader {
   std::size_t ProcessHeader(const std::string& response, std::size_t header_end);
   void OpenBodyFile();
   void WriteBody(const char* data, std::size_t n);
+  /// Payload bytes into the local file (at most up to the announced length).
+  void WriteFileBytes(const char* data, std::size_t n);
   void UpdateProgress();
   void StallTick();
   /// Records an error of a handler (number and text, the HTTP text when text is empty).
@@ -93,6 +96,9 @@ class HttpDownloader {
   bool tunnel_pending_ = false; ///< CONNECT sent to the proxy, its answer not yet read
   std::string tunnel_reply_;    ///< the proxy's answer to CONNECT so far
   std::string redirect_to_;     ///< where a 3xx answer sent the request ("" = nowhere)
+  bool chunked_ = false;        ///< the body comes with Transfer-Encoding: chunked
+  ChunkedDecoder chunks_;       ///< its decoder
+  std::string decoded_;         ///< payload of the last piece
   int redirects_ = 0;           ///< redirects followed for the current file
   bool header_received_ = false;
   std::int16_t stage_ = 0;  ///< 0 not connected yet, 1 request sent, 2 response data received

@@ -227,13 +227,18 @@ std::size_t HttpDownloader::ProcessHeader(const std::string& response, std::size
   } else if (code == 416) {
     Fail(errors::kHttpError + code, status);
   }
-  if (ContainsNoCase(MHttpSupport::GetHeaderValue(header, "Transfer-Encoding:"), "chunked")) {
-    Fail(errors::kHttpError, "Chunked transfer encoding is not supported");
-  }
+  chunked_ = ContainsNoCase(MHttpSupport::GetHeaderValue(header, "Transfer-Encoding:"), "chunked");
+  chunks_ = ChunkedDecoder{};
   if (const std::string title = MHttpSupport::GetErrorPageTitle(text); !title.empty()) {
     Fail(errors::kHttpError, title);
   }
 
+  if (chunked_) {
+    // The size is known at the last chunk: until then the file is one byte from complete.
+    engine.remote_size = (core_.settings.overwrite ? 0 : core_.rt.transfer_size) + 1;
+    core_.transfer.progress.file_size = 0;
+    return header_end + 4;
+  }
   const double length = MHttpSupport::GetContentLength(header);
   if (length < 1) {
     LogHeaderError(response);
@@ -256,6 +261,24 @@ void HttpDownloader::OpenBodyFile() {
 }
 
 void HttpDownloader::WriteBody(const char* data, std::size_t n) {
+  if (!chunked_) {
+    WriteFileBytes(data, n);
+    return;
+  }
+  decoded_.clear();
+  const ChunkedDecoder::Status status = chunks_.Feed(std::string_view(data, n), decoded_);
+  if (status == ChunkedDecoder::Status::kError) Fail(errors::kHttpError, chunks_.Error());
+  TransferEngine& engine = TransferEngine::Of(core_);
+  engine.remote_size = engine.bytes + static_cast<double>(decoded_.size()) + 1;
+  if (!decoded_.empty()) WriteFileBytes(decoded_.data(), decoded_.size());
+  if (status == ChunkedDecoder::Status::kDone) {
+    engine.remote_size = engine.bytes;  // complete: the wait for the body ends
+    if (!engine.file.IsOpen()) OpenBodyFile();  // an empty body still makes the file
+    core_.transfer.progress.file_size = engine.remote_size;
+  }
+}
+
+void HttpDownloader::WriteFileBytes(const char* data, std::size_t n) {
   TransferEngine& engine = TransferEngine::Of(core_);
   if (engine.remote_size <= 0) Fail(errors::kNoFileSize, MHttpSupport::GetHttpErrorText(errors::kNoFileSize));
   // Bytes beyond the announced length are not part of the file.

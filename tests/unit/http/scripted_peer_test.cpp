@@ -202,6 +202,14 @@ TEST_F(HttpPeerTest, ShortBodiesFailAndRefusalsLeaveTheLocalFile) {
       {"400 over a file", "keep", 1, "HTTP/1.1 400 Bad Request\r\nContent-Length: 0\r\n\r\n",
        18400, "keep"},
       {"overwrite replaces", "old contents", 1, ok + "Content-Length: 3\r\n\r\nnew", 0, "new"},
+      {"chunked", nullptr, 1,
+       ok + "Transfer-Encoding: chunked\r\n\r\n5\r\nhello\r\n3\r\n fo\r\n0\r\n\r\n", 0,
+       "hello fo"},
+      {"chunked, empty", "old", 1, ok + "Transfer-Encoding: chunked\r\n\r\n0\r\n\r\n", 0, ""},
+      {"chunked, cut before the last chunk", nullptr, 1,
+       ok + "Transfer-Encoding: chunked\r\n\r\n5\r\nhello\r\n", 16426, "hello"},
+      {"chunked, bad framing", nullptr, 1,
+       ok + "Transfer-Encoding: chunked\r\n\r\nzz\r\nhello\r\n", 18000, nullptr},
   };
   for (const auto& c : cases) {
     if (c.existing) std::ofstream(dir_ / "f.bin") << c.existing;
