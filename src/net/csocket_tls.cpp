@@ -125,9 +125,24 @@ platform::SocketResult CSocket::TlsReceive(char* data, std::size_t size) {
 platform::SocketResult CSocket::TlsSend(const char* data, std::size_t size) {
   // Nothing goes out in clear text before the handshake is complete: it is sent afterwards.
   if (!tls_->HandshakeDone()) return {0, platform::kWsaWouldBlock};
-  const TlsResult r = tls_->Write(data, size);
+  // A TLS write takes one record (16 KiB) at a time: as many as the socket takes now go out
+  // in one send, or each would wait for a notification of its own.
+  std::size_t sent = 0;
+  TlsResult r;
+  while (sent < size) {
+    r = tls_->Write(data + sent, size - sent);
+    if (r.status != TlsStatus::kDone) break;
+    sent += r.count;
+  }
+  if (sent > 0) {
+    if (r.status == TlsStatus::kWantRead) {
+      tls_write_wants_read_ = true;
+      support_->RearmRead(handle_);
+    }
+    return {static_cast<long long>(sent), 0};
+  }
   switch (r.status) {
-    case TlsStatus::kDone: return {static_cast<long long>(r.count), 0};
+    case TlsStatus::kDone: return {0, 0};
     case TlsStatus::kWantWrite: return {0, platform::kWsaWouldBlock};
     case TlsStatus::kWantRead:
       tls_write_wants_read_ = true;
