@@ -57,7 +57,7 @@ void CSocket::ContinueHandshake() {
       // it now (pending bytes go out, or OnSendComplete starts an upload).
       support_->PostNotification(handle_, kFdWrite);
       support_->RearmRead(handle_);
-      if (tls_ && tls_->Pending() > 0) support_->PostNotification(handle_, kFdRead);
+      if (tls_ && tls_->HasBuffered()) support_->PostNotification(handle_, kFdRead);
       return;
     case TlsStatus::kWantRead: support_->RearmRead(handle_); return;
     case TlsStatus::kWantWrite: support_->ArmWrite(handle_); return;
@@ -92,8 +92,8 @@ platform::SocketResult CSocket::TlsReceive(char* data, std::size_t size) {
   if (got > 0) {
     if (r.status == TlsStatus::kClosed || r.status == TlsStatus::kEof) {
       support_->PostNotification(handle_, kFdRead);  // the end is reported on the next read
-    } else if (tls_->Pending() > 0) {
-      support_->PostNotification(handle_, kFdRead);  // decrypted bytes make no readiness
+    } else if (tls_->HasBuffered()) {
+      support_->PostNotification(handle_, kFdRead);  // bytes TLS holds make no readiness
     }
     return {static_cast<long long>(got), 0};
   }

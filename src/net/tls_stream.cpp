@@ -72,6 +72,10 @@ std::shared_ptr<ssl_ctx_st> MakeContext(const TlsSettings& settings, std::string
   // A client cache lets the library keep the tickets a server sends after the handshake.
   SSL_CTX_set_session_cache_mode(context.get(), SSL_SESS_CACHE_CLIENT | SSL_SESS_CACHE_NO_INTERNAL);
   SSL_CTX_sess_set_new_cb(context.get(), NewSession);
+  // Read what the socket holds in one call instead of a record header and a body at a time
+  // (two system calls for every 16 KiB); the bytes held back are announced by HasBuffered.
+  SSL_CTX_set_read_ahead(context.get(), 1);
+  SSL_CTX_set_default_read_buffer_len(context.get(), 1 << 18);
   if (settings.verify) {
     const bool own = !settings.ca_file.empty() || !settings.ca_folder.empty();
     const bool loaded =
@@ -238,6 +242,8 @@ TlsResult TlsStream::Shutdown() {
 std::size_t TlsStream::Pending() const {
   return ssl_ ? static_cast<std::size_t>(SSL_pending(ssl_.get())) : 0;
 }
+
+bool TlsStream::HasBuffered() const { return ssl_ && SSL_has_pending(ssl_.get()) == 1; }
 
 bool TlsStream::Resumed() const { return ssl_ && SSL_session_reused(ssl_.get()) == 1; }
 

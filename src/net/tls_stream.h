@@ -90,6 +90,9 @@ class TlsStream {
   TlsResult Shutdown();
   /// Bytes decrypted and held by the library: no readiness will announce them.
   std::size_t Pending() const;
+  /// Bytes taken off the socket and not yet returned (decrypted or not): no readiness will
+  /// announce them either.
+  bool HasBuffered() const;
   bool HandshakeDone() const { return handshake_done_; }
   /// The handshake resumed the offered session.
   bool Resumed() const;
