@@ -110,6 +110,24 @@ class ServerSuite : public ::testing::Test {
   }
 };
 
+/// A ServerSuite that also runs an HTTP proxy (tinyproxy) for the suite's tests.
+template <typename Suite>
+class ServerSuiteWithProxy : public ServerSuite<Suite> {
+ public:
+  static void SetUpTestSuite() {
+    ServerSuite<Suite>::SetUpTestSuite();
+    Proxy() = StartServer({ServerKind::Tinyproxy});
+  }
+  static void TearDownTestSuite() {
+    Proxy() = StartOutcome{};
+    ServerSuite<Suite>::TearDownTestSuite();
+  }
+  static StartOutcome& Proxy() {
+    static StartOutcome proxy;
+    return proxy;
+  }
+};
+
 }  // namespace quorvi::test
 
 /// Declares the suite class `Name` (inside namespace quorvi::test) whose server is

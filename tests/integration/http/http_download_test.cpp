@@ -17,25 +17,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class HttpDownload : public ServerSuite<HttpDownload> {
+class HttpDownload : public ServerSuiteWithProxy<HttpDownload> {
  public:
   static ServerSetup ServerToStart() { return {ServerKind::Nginx}; }
-  static void SetUpTestSuite() {
-    ServerSuite::SetUpTestSuite();
-    Proxy() = StartServer({ServerKind::Tinyproxy});
-  }
-  static void TearDownTestSuite() {
-    Proxy() = StartOutcome{};
-    ServerSuite::TearDownTestSuite();
-  }
-  static StartOutcome& Proxy() {
-    static StartOutcome proxy;
-    return proxy;
-  }
 
  protected:
   void SetUp() override {
-    ServerSuite::SetUp();
+    ServerSuiteWithProxy::SetUp();
     if (IsSkipped() || HasFailure()) return;
     dir_ = fs::temp_directory_path() / ("quorvi-http-it-" + std::to_string(::getpid()));
     Fresh();

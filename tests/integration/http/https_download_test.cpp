@@ -15,27 +15,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class HttpsDownload : public ServerSuite<HttpsDownload> {
+class HttpsDownload : public ServerSuiteWithProxy<HttpsDownload> {
  public:
   static ServerSetup ServerToStart() {
     return {ServerKind::Nginx, {"--tls", TestCerts().cert.string(), TestCerts().key.string()}};
   }
-  static void SetUpTestSuite() {
-    ServerSuite::SetUpTestSuite();
-    Proxy() = StartServer({ServerKind::Tinyproxy});
-  }
-  static void TearDownTestSuite() {
-    Proxy() = StartOutcome{};
-    ServerSuite::TearDownTestSuite();
-  }
-  static StartOutcome& Proxy() {
-    static StartOutcome proxy;
-    return proxy;
-  }
 
  protected:
   void SetUp() override {
-    ServerSuite::SetUp();
+    ServerSuiteWithProxy::SetUp();
     if (IsSkipped() || HasFailure()) return;
     dir_ = fs::temp_directory_path() / ("quorvi-https-it-" + std::to_string(::getpid()));
     fs::remove_all(dir_);
