@@ -5,6 +5,8 @@
 #include <utility>
 
 #include "component/component_error.h"
+#include "component/error_numbers.h"
+#include "component/error_object.h"
 #include "ftp/ftp_text.h"
 #include "ftp/reply_parser.h"
 
@@ -78,9 +80,22 @@ void ReplyDispatcher::Run(const DispatchContext& ctx, const DispatchAction& acti
   }
 }
 
+// A TLS data connection refused for not resuming the control connection's session (vsftpd:
+// "522 SSL connection failed: session reuse required") has an error of its own.
+bool NotResumed(int code, const std::string& reply_line) {
+  const std::string lower = ftp_text::Lower(reply_line);
+  return (code == 522 || code == 425) &&
+         (ftp_text::Contains(lower, "reuse") || ftp_text::Contains(lower, "resum"));
+}
+
 void ReplyDispatcher::FailReply(const DispatchContext& ctx, std::int32_t number,
-                                const std::string& text) const {
+                                const std::string& given_text) const {
   DispatchTarget& t = ctx.target;
+  std::string text = given_text;
+  if (NotResumed(ctx.code, ctx.reply_line)) {
+    number = errors::kTlsNotResumed;
+    text = GetErrorText(errors::kTlsNotResumed) + ": " + ctx.reply_line;
+  }
   try {
     std::ostringstream line;
     line << kSource << static_cast<int>(ctx.operation) << "|" << ctx.last_command << "=" << number
