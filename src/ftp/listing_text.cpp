@@ -6,20 +6,17 @@ namespace quorvi::detail {
 
 void ListingText::Append(std::string_view bytes, bool utf8) {
   byte_count_ += bytes.size();
-  if (!utf8) {
+  // In a UTF-8 session the listing is taken byte for byte: a name that is not valid UTF-8 is
+  // still the name of its file, and only the same bytes reach that file again (RETR, DELE, the
+  // local copy's name). Valid UTF-8 is the same either way.
+  if (utf8) {
+    text_.append(bytes);
+  } else {
     text_ += FromAnsi(bytes);
-    return;
   }
-  std::string block = std::move(tail_);
-  block.append(bytes);
-  const std::size_t complete = CompleteUTF8Length(block);
-  tail_ = block.substr(complete);
-  block.resize(complete);
-  text_ += DecodeUTF8(block);
 }
 
 std::string ListingText::Finish() {
-  if (!tail_.empty()) text_ += DecodeUTF8(tail_);
   std::string text = std::move(text_);
   Clear();
   return text;
@@ -27,7 +24,6 @@ std::string ListingText::Finish() {
 
 void ListingText::Clear() {
   text_.clear();
-  tail_.clear();
   byte_count_ = 0;
 }
 

@@ -13,12 +13,12 @@ namespace quorvi::detail {
 
 class ListingText {
  public:
-  /// Decodes one received block and appends it.
+  /// Appends one received block: in a UTF-8 session its bytes as they are, otherwise converted
+  /// from the code page.
   void Append(std::string_view bytes, bool utf8);
-  /// Decodes a carried-over tail (a truncated character becomes U+FFFD) and returns the whole
-  /// text; the object is empty afterwards.
+  /// The whole text; the object is empty afterwards.
   std::string Finish();
-  /// The text decoded so far (without a carried tail).
+  /// The text so far.
   const std::string& text() const { return text_; }
   /// Bytes received since the last Clear/Finish.
   std::size_t byte_count() const { return byte_count_; }
@@ -26,7 +26,6 @@ class ListingText {
 
  private:
   std::string text_;
-  std::string tail_;  ///< start of a UTF-8 character whose other bytes are still to come
   std::size_t byte_count_ = 0;
 };
 

@@ -18,7 +18,8 @@ int MakeAwkwardTree(const fs::path& root, ServerKind kind) {
   std::vector<std::string> names = {
       "plain.txt", "que?ry.txt",     "a?c.txt",   "abc.txt",   "st*ar.txt",
       "pi|pe.txt", "#hash%20.txt",   "quo\"te's.txt", "-dash.txt", " lead.txt",
-      "sp  ace.txt", "semi;colon.txt", "[br]{ce}.txt", "Ünïcödé.txt"};
+      "sp  ace.txt", "semi;colon.txt", "[br]{ce}.txt", "Ünïcödé.txt",
+      "caf\xE9 latin1.txt"};  // not UTF-8: the bytes are the name
   std::vector<std::string> folders = {"dir?", "dirx", "-d", "pi|pe dir"};
   if (kind != ServerKind::PureFtpd) {
     names.push_back("bs\\name.txt");
@@ -47,6 +48,7 @@ class AwkwardNames : public ServerSuite<AwkwardNames<Kind>> {
     const fs::path base = ScratchDir(std::string("awkward-") + KindName(Kind) + "-" + mode);
     const int files = MakeAwkwardTree(base / "src", Kind);
     auto ftp = UserClient(this->server(), passive);
+    ftp->UTF8(true);  // names travel as their bytes
 
     ftp->LocalPath((base / "src").string() + "/");
     ftp->RemotePath("/" + mode + "/");
