@@ -18,13 +18,8 @@ while [ $# -gt 0 ]; do
   esac
 done
 
-need=()
-for tool in curl lftp; do command -v "$tool" >/dev/null || need+=("$tool"); done
-[ -x /usr/bin/time ] || need+=(time)
-if [ ${#need[@]} -gt 0 ]; then apt-get update -qq && apt-get install -y -qq "${need[@]}" >/dev/null; fi
-tests/fixtures/install.sh
-[ "$BUILD" = 1 ] && ./run build >/dev/null
-QFTP=${QFTP:-$ROOT_DIR/build/tools/qftp/qftp}
+. bench/lib.sh
+bench_prepare "$BUILD" curl lftp
 
 work=$(mktemp -d /tmp/quorvi-bench.XXXXXX)
 chmod 755 "$work"
