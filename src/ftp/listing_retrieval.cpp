@@ -144,6 +144,13 @@ std::optional<CFtpFiles> RunListing(Core& core, const ListingPlan& plan, Restore
       complete);
   listing.listed_path.clear();
   const std::string text = listing.buffer.Finish();
+  // Some servers end a listing's TLS stream without close_notify; a listing that stops at a
+  // line break is taken, one that stops inside a line was cut short.
+  if (core.error().Number() == 0 && data.m_objDataSocket.EndedWithoutCloseNotify() &&
+      !text.empty() && text.back() != '\n') {
+    Fail(errors::kTlsStream, GetErrorText(errors::kTlsStream) +
+                                 ": the listing ended inside a line without close_notify");
+  }
 
   std::optional<CFtpFiles> files;
   if (core.error().Number() == 0 && (!IsBlank(text) || plan.explicit_folder)) {

@@ -169,6 +169,7 @@ void CSocket::Connect() { ConnectHandle(0); }
 void CSocket::ConnectHandle(int depth) {
   bool again = false;
   Protect("Connect", [&] {
+    tls_unconfirmed_end_ = false;
     if (remote_host_.empty()) {
       std::int32_t number = shared_->Error().Number();
       if (number == 0) number = 20001;
@@ -252,6 +253,7 @@ void CSocket::Accept(std::int32_t requestID) {
 }
 
 void CSocket::TakeAccepted() {
+  tls_unconfirmed_end_ = false;
   int error = 0;
   const auto local = platform::LocalEndpoint(handle_, error);
   if (!local) Fail(error);

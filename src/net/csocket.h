@@ -110,6 +110,9 @@ class CSocket {
   TlsSession TlsSessionNow() const { return tls_ ? tls_->Session() : nullptr; }
   /// The handshake resumed the offered session.
   bool TlsResumed() const { return tls_ && tls_->Resumed(); }
+  /// The peer ended the TLS stream without close_notify: what came may have been cut short
+  /// (kept after the close, until the next StartTls).
+  bool EndedWithoutCloseNotify() const { return tls_unconfirmed_end_; }
   /// Protocol and cipher of the secured connection ("" without TLS).
   std::string TlsDescription() const { return tls_ ? tls_->Description() : std::string(); }
 
@@ -207,6 +210,7 @@ class CSocket {
   bool tls_read_wants_write_ = false;  // a TLS read goes on when the socket is writable
   bool tls_write_wants_read_ = false;  // a TLS write goes on when the socket is readable
   bool tls_ended_ = false;             // the peer ended the TLS stream
+  bool tls_unconfirmed_end_ = false;   // ... without close_notify
 };
 
 }  // namespace quorvi::detail

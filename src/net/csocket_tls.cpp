@@ -34,7 +34,7 @@ void CSocket::StartTls(const std::string& host, const TlsSettings& settings,
   Protect("StartTls", [&] {
     if (handle_ == -1 || state_ != sckConnected) Fail(errors::kWrongState, "StartTls without a connection");
     tls_ = std::make_unique<TlsStream>(handle_, host, settings, resume, std::move(pool));
-    tls_read_wants_write_ = tls_write_wants_read_ = tls_ended_ = false;
+    tls_read_wants_write_ = tls_write_wants_read_ = tls_ended_ = tls_unconfirmed_end_ = false;
     if (tls_->Failure() != TlsFailure::kNone) FailTls();
     ContinueHandshake();
   });
@@ -113,6 +113,7 @@ platform::SocketResult CSocket::TlsReceive(char* data, std::size_t size) {
         // dropped by the server and cannot be resumed by the next data connection.
         if (r.status == TlsStatus::kClosed) tls_->Shutdown();
         tls_ended_ = true;
+        tls_unconfirmed_end_ = r.status == TlsStatus::kEof;
         WriteLog(std::string("TLS ") + m_strType +
                  (r.status == TlsStatus::kClosed ? ": close_notify" : ": end of stream without close_notify"));
         support_->PostNotification(handle_, kFdClose);

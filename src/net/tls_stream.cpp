@@ -1,6 +1,7 @@
 #include "net/tls_stream.h"
 
 #include <arpa/inet.h>
+#include <sys/socket.h>
 #include <openssl/bio.h>
 #include <openssl/err.h>
 #include <openssl/evp.h>
@@ -9,6 +10,7 @@
 #include <openssl/x509v3.h>
 
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <vector>
 
@@ -46,6 +48,36 @@ std::string PinOf(X509* certificate) {
   std::vector<unsigned char> encoded(4 * ((digest_length + 2) / 3) + 1);
   const int n = EVP_EncodeBlock(encoded.data(), digest.data(), static_cast<int>(digest_length));
   return "sha256//" + std::string(reinterpret_cast<const char*>(encoded.data()), static_cast<std::size_t>(n));
+}
+
+// A socket BIO whose writes never raise SIGPIPE: a peer that has gone must end in an error
+// the connection reports, not in a signal that ends the host program. Reads and the rest are
+// the library's socket BIO.
+int SendWithoutSignal(BIO* bio, const char* data, int size) {
+  int fd = -1;
+  BIO_get_fd(bio, &fd);
+  BIO_clear_retry_flags(bio);
+  const ssize_t sent = ::send(fd, data, static_cast<std::size_t>(size), MSG_NOSIGNAL);
+  if (sent < 0 && (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR)) {
+    BIO_set_retry_write(bio);
+  }
+  return static_cast<int>(sent);
+}
+
+const BIO_METHOD* SocketWithoutSignal() {
+  static BIO_METHOD* const method = [] {
+    const BIO_METHOD* base = BIO_s_socket();
+    BIO_METHOD* m = BIO_meth_new(BIO_get_new_index() | BIO_TYPE_SOURCE_SINK | BIO_TYPE_DESCRIPTOR,
+                                 "socket without SIGPIPE");
+    BIO_meth_set_write(m, SendWithoutSignal);
+    BIO_meth_set_read(m, BIO_meth_get_read(base));
+    BIO_meth_set_puts(m, BIO_meth_get_puts(base));
+    BIO_meth_set_ctrl(m, BIO_meth_get_ctrl(base));
+    BIO_meth_set_create(m, BIO_meth_get_create(base));
+    BIO_meth_set_destroy(m, BIO_meth_get_destroy(base));
+    return m;
+  }();
+  return method;
 }
 
 // The index of the pool pointer in each SSL object (made once per process).
@@ -129,10 +161,13 @@ TlsStream::TlsStream(int fd, const std::string& host, const TlsSettings& setting
     return;
   }
   ssl_.reset(SSL_new(context_.get()));
-  if (!ssl_ || SSL_set_fd(ssl_.get(), fd) != 1) {
+  BIO* bio = ssl_ ? BIO_new(SocketWithoutSignal()) : nullptr;
+  if (bio == nullptr) {
     Fail(TlsFailure::kSetup, LibraryReason());
     return;
   }
+  BIO_set_fd(bio, fd, BIO_NOCLOSE);
+  SSL_set_bio(ssl_.get(), bio, bio);  // the SSL object owns the BIO from here
   SSL_set_mode(ssl_.get(), SSL_MODE_ENABLE_PARTIAL_WRITE | SSL_MODE_ACCEPT_MOVING_WRITE_BUFFER);
   SSL_set_ex_data(ssl_.get(), PoolIndex(), pool_.get());
   if (settings.verify) {

@@ -2,6 +2,7 @@
 
 #include "component/error_numbers.h"
 #include "component/error_object.h"
+#include "ftp/data_connection.h"
 #include "ftp/ftp_text.h"
 #include "ftp/listing_parser.h"
 #include "ftp/remote_directory_ops.h"
@@ -420,9 +421,13 @@ bool DownloadEngine::Receive() {
            s.local_path + "|" + s.remote_path;
   };
   bool result = false;
-  const bool short_count = engine_.bytes != engine_.remote_size && !s.without_list;
+  // Without a size the end of the stream is the only proof of a whole file, and a TLS stream
+  // that ended without close_notify may have been cut short.
+  const bool unconfirmed =
+      s.without_list && DataConnection::Of(core_).m_objDataSocket.EndedWithoutCloseNotify();
+  const bool short_count = (engine_.bytes != engine_.remote_size && !s.without_list) || unconfirmed;
   if (short_count) {
-    CheckSocketState(core_);
+    if (!unconfirmed) CheckSocketState(core_);
     WriteLog("DownloadOne.INVSIZE:" + counts());
     if (ErrorRecorded()) RaiseRecorded("DownOne.CSS");
   } else {
@@ -442,6 +447,11 @@ bool DownloadEngine::Receive() {
   p.EndFile();
   if (short_count) {
     WriteLog("DownloadOne.FAILED:" + counts());
+    if (unconfirmed) {
+      Fail(errors::kTlsStream, GetErrorText(errors::kTlsStream) +
+                                   ": the size is unknown and the data ended without close_notify",
+           "DownLoadOne");
+    }
     Fail(errors::kDataSocketFailed, GetErrorText(errors::kDataSocketFailed), "DownLoadOne");
   }
   core_.SetState(ftpDownloadCompleted);

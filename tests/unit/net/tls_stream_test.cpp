@@ -1,6 +1,6 @@
 // The TLS client against an in-process OpenSSL server over a socket pair: verification
 // outcomes (trusted, wrong name, untrusted, expired, pinned key), data both ways, the two ends
-// of a stream (close_notify, a plain EOF) and session resumption.
+// of a stream (close_notify, a plain EOF), a peer that has gone, and session resumption.
 #include "net/tls_stream.h"
 
 #include <gtest/gtest.h>
@@ -16,6 +16,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <utility>
 
 using namespace quorvi::detail;
 namespace fs = std::filesystem;
@@ -203,6 +204,30 @@ TEST_F(TlsStreamTest, DataBothWaysAndTheEndsOfAStream) {
     }
     EXPECT_EQ(got, 3000u);
     EXPECT_EQ(r.status, close_notify ? TlsStatus::kClosed : TlsStatus::kEof);
+  }
+}
+
+// Writing to a peer that has gone gets EPIPE and, unless the write says otherwise, a SIGPIPE
+// that would end the host program.
+TEST_F(TlsStreamTest, APeerThatHasGoneIsAFailureNotASignal) {
+  const Identity id("DNS:localhost", 0, 3600, File("id.pem"));
+  const TlsSettings settings{true, id.pem_file, {}, {}, {}, {}};
+  for (const char* step : {"handshake", "write", "close_notify"}) {
+    SCOPED_TRACE(step);
+    Pair pair;
+    Server server(id, pair.server);
+    TlsStream client(pair.client, "localhost", settings);
+    const bool early = std::string(step) == "handshake";
+    if (!early) {
+      ASSERT_EQ(Handshake(client, server).status, TlsStatus::kDone) << client.Error();
+    }
+    ::close(std::exchange(pair.server, -1));
+    TlsResult r;
+    if (early) r = client.Handshake();
+    if (std::string(step) == "write") r = client.Write("NOOP\r\n", 6);
+    if (std::string(step) == "close_notify") r = client.Shutdown();
+    EXPECT_TRUE(r.status == TlsStatus::kFailed || r.status == TlsStatus::kEof)
+        << static_cast<int>(r.status);
   }
 }
 
