@@ -13,6 +13,10 @@ struct TestCertificates {
   std::filesystem::path key;       ///< its key
   std::filesystem::path combined;  ///< key and certificate in one file (pure-ftpd)
   std::filesystem::path other_ca;  ///< a CA that signed nothing here
+  std::filesystem::path expired;   ///< the server's key, certified for 2020-01-01 only
+  std::filesystem::path wrong_name;  ///< the server's key, certified for wrong.example only
+  std::filesystem::path client_cert;  ///< a client certificate from the test CA
+  std::filesystem::path client_key;   ///< its key
 };
 
 /// The certificates of this process (made on first use).

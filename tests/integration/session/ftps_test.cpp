@@ -23,9 +23,9 @@ namespace fs = std::filesystem;
 
 const TestCertificates& Certs() { return TestCerts(); }
 
-std::vector<std::string> TlsOptions(bool implicit) {
+std::vector<std::string> TlsOptions(bool implicit, const fs::path& cert = Certs().cert) {
   const TestCertificates& c = Certs();
-  std::vector<std::string> options = {"-ossl_enable=YES", "-orsa_cert_file=" + c.cert.string(),
+  std::vector<std::string> options = {"-ossl_enable=YES", "-orsa_cert_file=" + cert.string(),
                                       "-orsa_private_key_file=" + c.key.string(),
                                       "-oforce_local_logins_ssl=YES", "-oforce_local_data_ssl=YES"};
   if (implicit) options.push_back("-oimplicit_ssl=YES");
@@ -127,6 +127,51 @@ TEST_F(VsftpdExplicitTls, VerificationOutcomes) {
   }
   // The password of a failed verification never went out.
   EXPECT_EQ(Count(ReadAll(server().log_path()), "\"PASS") - passwords_before, logins);
+}
+
+// Each case needs a server of its own: one presenting an expired certificate, one presenting a
+// certificate for another name, one that demands a client certificate.
+TEST(FtpsCertificates, ExpiredWrongNameAndClientCertificates) {
+  std::vector<std::string> demanding = TlsOptions(false);
+  for (const char* o : {"-orequire_cert=YES", "-ovalidate_cert=YES"}) demanding.push_back(o);
+  demanding.push_back("-oca_certs_file=" + Certs().ca.string());
+  struct Case {
+    const char* name;
+    std::vector<std::string> server;
+    bool client_certificate;
+    std::int32_t error;  // 0: the connect succeeds; -1: any error
+    const char* reason;  // in ErrorInfo
+  };
+  const Case cases[] = {
+      {"expired", TlsOptions(false, Certs().expired), false, 19003, "expired"},
+      {"wrong name", TlsOptions(false, Certs().wrong_name), false, 19004, ""},
+      {"client certificate demanded, none given", demanding, false, -1, ""},
+      {"client certificate demanded and given", demanding, true, 0, ""},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    StartOutcome started = StartServer({ServerKind::Vsftpd, c.server});
+    if (!started.server && started.missing && !RunningUnderCi()) GTEST_SKIP() << started.problem;
+    ASSERT_TRUE(started.server) << started.problem;
+    auto ftp = TlsClient(*started.server, 1);
+    if (c.client_certificate) {
+      ftp->ClientCertificate(Certs().client_cert.string());
+      ftp->ClientKey(Certs().client_key.string());
+    }
+    EXPECT_EQ(ftp->Connect(), c.error == 0) << ftp->ErrorNumber() << " " << ftp->ErrorInfo();
+    if (c.error > 0) {
+      EXPECT_EQ(ftp->ErrorNumber(), c.error) << ftp->ErrorInfo();
+    }
+    if (c.error != 0) {
+      EXPECT_NE(ftp->ErrorNumber(), 0);
+      EXPECT_FALSE(ftp->Connected());
+      EXPECT_NE(ftp->ErrorInfo().find(c.reason), std::string::npos) << ftp->ErrorInfo();
+      EXPECT_EQ(Count(ReadAll(started.server->log_path()), "\"PASS"), 0u);
+    } else {
+      EXPECT_TRUE(ftp->GetFtpDirectoryInfo("/pub").has_value() || ftp->ErrorNumber() == 0)
+          << ftp->ErrorInfo();
+    }
+  }
 }
 
 TEST_F(VsftpdExplicitTls, APlainLoginIsRefusedByTheServer) {
