@@ -2,15 +2,16 @@
 # FTPS throughput, CPU and memory of qftp against curl and lftp on one local vsftpd (TLS
 # required for logins and data, session reuse required), in one run; and the TLS handshakes of
 # a folder tree download (one full handshake, every data connection resumed).
-#   bench/ftps.sh [--size 1G] [--tree-files 200] [--no-build] [--out FILE]
+#   bench/ftps.sh [--size 1G] [--runs 3] [--tree-files 200] [--no-build] [--out FILE]
 # Writes a Markdown table to docs/ftps-results.md (or --out) and prints it.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 ROOT_DIR=$(pwd)
-SIZE=1G TREE_FILES=200 BUILD=1 OUT="$ROOT_DIR/docs/ftps-results.md"
+SIZE=1G RUNS=3 TREE_FILES=200 BUILD=1 OUT="$ROOT_DIR/docs/ftps-results.md"
 while [ $# -gt 0 ]; do
   case "$1" in
     --size) SIZE=$2; shift 2 ;;
+    --runs) RUNS=$2; shift 2 ;;
     --tree-files) TREE_FILES=$2; shift 2 ;;
     --no-build) BUILD=0; shift ;;
     --out) OUT=$2; shift 2 ;;
@@ -63,19 +64,28 @@ LFTP=(lftp -u ftptest,ftptest -p "$port" -e)
 LSET="set ftp:ssl-force true; set ftp:ssl-protect-data true; set ssl:ca-file $certs/ca.pem; set xfer:clobber on; set net:max-retries 1;"
 
 rows=()
-measure() {  # LABEL OP COMMAND...
+measure() {  # LABEL OP COMMAND...: the median of RUNS runs (CPU time of one run varies by 20%)
   local label=$1 op=$2; shift 2
-  rm -rf "$work/out" && mkdir -p "$work/out" && sync
-  if ! /usr/bin/time -o "$work/time" -f '%e %U %S %M' "$@" >/dev/null 2>"$work/err"; then
-    echo "ftps: $label $op failed: $(tail -n 3 "$work/err")" >&2
-    rows+=("| $op | $label | failed | | | |")
-    return
-  fi
-  read -r secs user sys rss <"$work/time"
-  local mbs cpu
-  mbs=$(python3 -c "print(f'{$bytes / 1048576 / max($secs, 0.001):.0f}')")
-  cpu=$(python3 -c "print(f'{($user + $sys) / ($bytes / 1073741824):.2f}')")
-  rows+=("| $op | $label | $secs | $mbs | $cpu | $((rss / 1024)) |")
+  : >"$work/times"
+  for ((run = 0; run < RUNS; run++)); do
+    rm -rf "$work/out" && mkdir -p "$work/out" && sync
+    if ! /usr/bin/time -o "$work/time" -f '%e %U %S %M' "$@" >/dev/null 2>"$work/err"; then
+      echo "ftps: $label $op failed: $(tail -n 3 "$work/err")" >&2
+      rows+=("| $op | $label | failed | | | |")
+      return
+    fi
+    cat "$work/time" >>"$work/times"
+  done
+  rows+=("$(python3 - "$work/times" "$bytes" "$op" "$label" <<'PY'
+import statistics, sys
+runs = [list(map(float, line.split())) for line in open(sys.argv[1]) if line.strip()]
+size = float(sys.argv[2])
+secs = statistics.median(r[0] for r in runs)
+cpu = statistics.median((r[1] + r[2]) / (size / 2**30) for r in runs)
+rss = max(r[3] for r in runs) / 1024
+print(f"| {sys.argv[3]} | {sys.argv[4]} | {secs:.2f} | {size / 2**20 / max(secs, 0.001):.0f} | {cpu:.2f} | {rss:.0f} |")
+PY
+)")
 }
 
 # One unmeasured pass to disk first: whoever writes the first gigabyte after the setup pays
@@ -102,7 +112,8 @@ refused=$(grep -c "No SSL session reuse" "$served/vsftpd-$port/vsftpd.log" || tr
   echo
   echo "Made by \`bench/ftps.sh\` on $(date +%F): vsftpd on loopback with TLS required for logins"
   echo "and data and session reuse required; the server's files in memory, the clients' on disk;"
-  echo "qftp unpaced (\`--pause-ms 0\`), curl \`--ssl-reqd\`, lftp \`ftp:ssl-force\`."
+  echo "qftp unpaced (\`--pause-ms 0\`), curl \`--ssl-reqd\`, lftp \`ftp:ssl-force\`; each figure"
+  echo "the median of $RUNS runs (peak RSS: the largest)."
   echo
   echo "| transfer | client | seconds | MiB/s | CPU s per GiB | peak RSS MiB |"
   echo "|---|---|---|---|---|---|"
