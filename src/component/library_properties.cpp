@@ -10,6 +10,7 @@
 #include "component/core.h"
 #include "component/credential_cipher.h"
 #include "local/path_rules.h"
+#include "platform/socket_api.h"
 
 namespace quorvi {
 
@@ -45,11 +46,19 @@ void RemoveNoCase(std::string& text, std::string_view word) {
   }
 }
 
-// "FTP://MyHost:21/" → "MyHost"; another port stays ("ftp://h:2121/dir" → "h:2121dir").
+// "FTP://MyHost:21/" → "MyHost"; another port stays ("ftp://h:2121/dir" → "h:2121dir", which
+// Connect refuses). An IPv6 address, bare or in brackets ("[::1]:21" too), becomes its usual
+// text ("::1"): its colons are not a port.
 std::string NormalizeServerName(std::string name) {
   for (std::string_view scheme : {"ftp:", "http:", "https:"}) RemoveNoCase(name, scheme);
   std::erase_if(name, [](char c) { return c == '/' || c == '\\'; });
+  if (const auto address = platform::ParseIpAddress(name)) {
+    return address->v6 ? platform::FormatIpAddress(*address) : name;
+  }
   if (name.size() >= 3 && name.ends_with(":21")) name.erase(name.size() - 3);
+  if (const auto address = platform::ParseIpAddress(name); address && address->v6) {
+    return platform::FormatIpAddress(*address);
+  }
   return name;
 }
 

@@ -3,13 +3,17 @@
 // Created with the first component of the thread, destroyed with the last.
 #pragma once
 
+#include <functional>
 #include <memory>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "component/error_object.h"
 #include "component/message_table.h"
 #include "net/socket_support.h"
 #include "platform/event_pump.h"
+#include "platform/socket_api.h"
 
 namespace quorvi::detail {
 
@@ -21,6 +25,9 @@ struct ThreadShared {
   /// between connections.
   std::shared_ptr<SocketSupport> sockets = SocketSupport::Acquire();
   bool disable_skip = false;  ///< DisableSkip, read by the replace dialog
+  /// Name lookup (getaddrinfo by default). Tests put a stub here to give a name addresses that
+  /// the machine's resolver does not know.
+  std::function<std::vector<platform::IpAddress>(const std::string&)> resolve_host;
 
   /// The error object of the component whose code runs now (a public member, one of its
   /// sockets' events or timers): code that records an error without knowing its component

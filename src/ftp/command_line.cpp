@@ -36,7 +36,7 @@ constexpr std::array<std::pair<std::string_view, FtpStates>, 12> kCommandStates{
 }};
 
 // Data-connection set-up commands take the state of the operation they serve.
-constexpr std::array<std::string_view, 4> kDataSetupCommands{"TYPE", "PASV", "PORT", "REST"};
+constexpr std::array<std::string_view, 6> kDataSetupCommands{"TYPE", "PASV", "EPSV", "PORT", "EPRT", "REST"};
 constexpr std::array<std::pair<FtpOperations, FtpStates>, 4> kDataSetupStates{{
     {opListDirectory, ftpRetrievingDirectoryInfo},
     {opDownload, ftpDownloadInProgress},

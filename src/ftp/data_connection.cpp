@@ -1,6 +1,7 @@
 #include "ftp/data_connection.h"
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 
 #include "component/core.h"
@@ -62,6 +63,29 @@ std::optional<std::int32_t> ParsePassivePort(std::string_view reply) {
   const std::int32_t port = numbers[4] * 256 + numbers[5];
   if (port == 0) return std::nullopt;
   return port;
+}
+
+std::optional<std::int32_t> ParseExtendedPassivePort(std::string_view reply) {
+  const auto open = reply.find('(', reply.size() > 3 ? 3 : reply.size());
+  if (open == std::string_view::npos || open + 5 > reply.size()) return std::nullopt;
+  const char delimiter = reply[open + 1];
+  if (delimiter < 33 || delimiter > 126 || std::isdigit(static_cast<unsigned char>(delimiter)) ||
+      reply[open + 2] != delimiter || reply[open + 3] != delimiter) {
+    return std::nullopt;
+  }
+  const char* first = reply.data() + open + 4;
+  const char* last = reply.data() + reply.size();
+  int port = 0;
+  const auto [end, error] = std::from_chars(first, last, port);
+  if (error != std::errc() || end == first || end + 1 >= last || *end != delimiter ||
+      end[1] != ')' || port < 1 || port > 65535) {
+    return std::nullopt;
+  }
+  return port;
+}
+
+std::string ExtendedPortArgument(const std::string& ip, bool v6, std::int32_t port) {
+  return std::string("|") + (v6 ? "2" : "1") + "|" + ip + "|" + std::to_string(port) + "|";
 }
 
 std::string PortArgument(const std::string& ip, std::int32_t port) {
@@ -160,11 +184,14 @@ void DataConnection::OpenPassiveDataSocket(const std::string& reply) {
   core_.SetState(ftpEstablishingDataConnection);
   // The address fields are not used: behind NAT they name a private address, so the data
   // connection always goes to the host of the control connection.
-  const auto port = ParsePassivePort(reply);
-  if (!port) Fail(errors::ReplyError(227), reply, "OpenPassiveDataSocket");
+  const bool extended = reply.starts_with("229");
+  const auto port = extended ? ParseExtendedPassivePort(reply) : ParsePassivePort(reply);
+  if (!port) Fail(errors::ReplyError(extended ? 229 : 227), reply, "OpenPassiveDataSocket");
   m_objDataSocket.CloseSocket();
   m_objDataSocket.LocalPort(0);
-  m_objDataSocket.RemoteHost(core_.settings.server_name);
+  // The address the control connection reached, not the name again: a name with several
+  // addresses must not send the data connection to another machine.
+  m_objDataSocket.RemoteHost(FtpSession::Of(core_).m_objControlSocket.RemoteHost());
   m_objDataSocket.RemotePort(*port);
   PrepareSocket();
   WriteLog("PasvSktCONN.START");
@@ -186,6 +213,8 @@ bool DataConnection::TryListen(std::int32_t port) {
   PrepareSocket();
   m_objDataSocket.LocalPort(port);
   listening_attempt_ = true;
+  // On the control connection's local address: the one PORT or EPRT names, of its family.
+  m_objDataSocket.Bind(port, FtpSession::Of(core_).m_objControlSocket.LocalIP());
   m_objDataSocket.Listen();
   listening_attempt_ = false;
   if (m_objDataSocket.State() == sckListening) return true;
@@ -208,7 +237,18 @@ void DataConnection::SendPORTCommand() {
   }
   if (!listening) Fail(kAddressInUse, {}, "SendPORTCommand");
   FtpSession& session = FtpSession::Of(core_);
-  session.SendFtpCommand("PORT", PortArgument(session.m_objControlSocket.LocalIP(), port));
+  const CSocket& control = session.m_objControlSocket;
+  if (control.IsIPv6()) {
+    session.SendFtpCommand("EPRT", ExtendedPortArgument(control.LocalIP(), true, port));
+  } else {
+    session.SendFtpCommand("PORT", PortArgument(control.LocalIP(), port));
+  }
+}
+
+void DataConnection::SendPassiveCommand() {
+  FtpSession& session = FtpSession::Of(core_);
+  const bool pasv = session.epsv_refused && !session.m_objControlSocket.IsIPv6();
+  session.SendFtpCommand(pasv ? "PASV" : "EPSV", "");
 }
 
 void DataConnection::CloseDataConnection() {

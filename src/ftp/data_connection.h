@@ -62,8 +62,16 @@ UploadStep NextUploadStep(double pending, double sent, double size, std::int32_t
 /// first "(" and the next ")"; nothing when there are not six numbers 0..255.
 std::optional<std::int32_t> ParsePassivePort(std::string_view reply);
 
+/// The port of a 229 reply ("229 Entering Extended Passive Mode (|||6446|)"): the number
+/// between the third and the fourth of four equal delimiters inside the parentheses; nothing
+/// when the reply has no such field or the port is not 1..65535.
+std::optional<std::int32_t> ParseExtendedPassivePort(std::string_view reply);
+
 /// The PORT argument for an IPv4 address and port ("10,0,0,5,78,81").
 std::string PortArgument(const std::string& ip, std::int32_t port);
+
+/// The EPRT argument for an address and port ("|2|::1|6446|", "|1|10.0.0.5|6446|").
+std::string ExtendedPortArgument(const std::string& ip, bool v6, std::int32_t port);
 
 /// The listing being received and the cache of the last one.
 struct ListingState {
@@ -100,11 +108,13 @@ class DataConnection {
 
   /// "A" for FTP_ASCII_MODE, otherwise "I".
   std::string GetTransferType() const;
-  /// Passive connect to ServerName at the port of the 227 reply (fails with 16227 when the
-  /// reply carries no usable port).
+  /// Passive connect to the control connection's peer address at the port of the 227 or 229
+  /// reply (fails with 16227 or 16229 when the reply carries no usable port).
   void OpenPassiveDataSocket(const std::string& reply);
-  /// Active mode: listen on the next free port and send PORT with the control connection's
-  /// local address.
+  /// Passive mode: EPSV, or PASV on an IPv4 session whose server refused EPSV.
+  void SendPassiveCommand();
+  /// Active mode: listen on the next free port of the control connection's local address and
+  /// send PORT (IPv4) or EPRT (IPv6) with it.
   void SendPORTCommand();
   /// The next port to listen on: random in 20000..40001 first, then one more each time,
   /// wrapping back to 20000 above 65535.

@@ -14,7 +14,7 @@ namespace quorvi::detail {
 
 std::vector<DispatchRow> BrowseDispatchRows() {
   return {
-      // Listing (the listing retrieval waits): TYPE, PASV or PORT, then LIST.
+      // Listing (the listing retrieval waits): TYPE, EPSV (PASV) or PORT (EPRT), then LIST.
       {opListDirectory, "TYPE", {200}, Handler("Open data")},
       {opListDirectory, "TYPE", {150}, Send("TYPE", "TypeCode")},
       {opListDirectory, "TYPE", {226, 257}, Ignore()},
@@ -27,6 +27,13 @@ std::vector<DispatchRow> BrowseDispatchRows() {
       {opListDirectory, "PASV", {227}, Handler("Passive connect")},
       {opListDirectory, "PASV", {200, 257}, Ignore()},
       {opListDirectory, "PASV", {}, Fail()},
+      {opListDirectory, "EPSV", {229}, Handler("Passive connect")},
+      {opListDirectory, "EPSV", {500, 501, 502, 522}, Handler("EPSV refused")},
+      {opListDirectory, "EPSV", {200, 257}, Ignore()},
+      {opListDirectory, "EPSV", {}, Fail()},
+      {opListDirectory, "EPRT", {200}, Handler("Send LIST")},
+      {opListDirectory, "EPRT", {257}, Ignore()},
+      {opListDirectory, "EPRT", {}, Fail()},
       {opListDirectory, "LIST", {125, 150, 200, 257}, Ignore()},
       {opListDirectory, "LIST", {226, 250}, Handler("ListDone")},
       {opListDirectory, "LIST", {501, 550}, Handler("ListRefused")},
@@ -76,13 +83,21 @@ void DataConnection::RegisterDispatch(FtpSession& session) {
   d.RegisterArgument("SizePath", [this] { return size_path; });
   d.RegisterHandler("Open data", [this, &session, &core](const DispatchContext&) {
     if (core.settings.passive_mode) {
-      session.SendFtpCommand("PASV", "");
+      SendPassiveCommand();
     } else {
       SendPORTCommand();
     }
   });
   d.RegisterHandler("Passive connect",
                     [this](const DispatchContext& ctx) { OpenPassiveDataSocket(ctx.received); });
+  // A server without EPSV: PASV now and for the rest of the session, as curl and lftp do. PASV
+  // cannot name an IPv6 port, so there the refusal is the answer.
+  d.RegisterHandler("EPSV refused", [&session](const DispatchContext& ctx) {
+    if (session.m_objControlSocket.IsIPv6()) Fail(16000 + ctx.code);
+    WriteLog("EPSV refused (" + ctx.reply_line + "): PASV from now on");
+    session.epsv_refused = true;
+    session.SendFtpCommand("PASV", "");
+  });
   d.RegisterHandler("Send LIST", [this, &session](const DispatchContext&) {
     session.SendFtpCommand("LIST", ListArgument());
   });

@@ -1,5 +1,5 @@
 // Dispatcher rows of one file's download (opDownload) and upload (opUpload) exchange: TYPE,
-// PASV or PORT, REST when resuming, then RETR or STOR. "Open data" and "Passive connect" belong
+// EPSV (PASV) or PORT (EPRT), REST when resuming, then RETR or STOR. "Open data" and "Passive connect" belong
 // to the data connection; the others are the transfer engine's (download_engine_hooks.cpp).
 // "StartTransfer" opens the local file, then sends REST or the transfer command; in passive
 // mode the data connection runs the same step when its socket connects.
@@ -19,6 +19,13 @@ std::vector<DispatchRow> TransferDispatchRows() {
       {opDownload, "PASV", {227}, Handler("Passive connect")},
       {opDownload, "PASV", {200, 257}, Ignore()},
       {opDownload, "PASV", {}, Fail()},
+      {opDownload, "EPSV", {229}, Handler("Passive connect")},
+      {opDownload, "EPSV", {500, 501, 502, 522}, Handler("EPSV refused")},
+      {opDownload, "EPSV", {200, 257}, Ignore()},
+      {opDownload, "EPSV", {}, Fail()},
+      {opDownload, "EPRT", {200}, Handler("StartTransfer")},
+      {opDownload, "EPRT", {257}, Ignore()},
+      {opDownload, "EPRT", {}, Fail()},
       {opDownload, "REST", {350}, Send("RETR", "RemotePath")},
       {opDownload, "REST", {200, 257}, Ignore()},
       {opDownload, "REST", {}, Fail()},
@@ -27,7 +34,7 @@ std::vector<DispatchRow> TransferDispatchRows() {
 
       // One upload. The completion reply ends it.
       {opUpload, "TYPE", {200}, Handler("Open data")},
-      {opUpload, "TYPE", {150, 226, 227, 257}, Ignore()},
+      {opUpload, "TYPE", {150, 226, 227, 229, 257}, Ignore()},
       {opUpload, "TYPE", {425}, Handler("UploadTypeAgain")},
       {opUpload, "TYPE", {550}, Logged("UpLoadOne Type 550--", Ignore())},
       {opUpload, "TYPE", {}, Fail()},
@@ -38,6 +45,14 @@ std::vector<DispatchRow> TransferDispatchRows() {
       {opUpload, "PASV", {200}, Send("PASV")},
       {opUpload, "PASV", {257}, Ignore()},
       {opUpload, "PASV", {}, Fail()},
+      {opUpload, "EPSV", {229}, Handler("Passive connect")},
+      {opUpload, "EPSV", {500, 501, 502, 522}, Handler("EPSV refused")},
+      {opUpload, "EPSV", {200}, Send("EPSV")},
+      {opUpload, "EPSV", {257}, Ignore()},
+      {opUpload, "EPSV", {}, Fail()},
+      {opUpload, "EPRT", {200}, Handler("StartTransfer")},
+      {opUpload, "EPRT", {257}, Ignore()},
+      {opUpload, "EPRT", {}, Fail()},
       {opUpload, "REST", {350}, Send("STOR", "RemotePath")},
       {opUpload, "REST", {200, 257}, Ignore()},
       {opUpload, "REST", {}, Fail()},

@@ -11,6 +11,7 @@
 #include "ftp/ftp_text.h"
 #include "ftp/remote_file_ops.h"
 #include "local/encoding.h"
+#include "platform/socket_api.h"
 
 namespace quorvi::detail {
 
@@ -73,7 +74,9 @@ bool FtpSession::ConnectSteps() {
 
   core_.error().Clear();
   Settings& settings = core_.settings;
-  if (ftp_text::Contains(settings.server_name, ":")) {
+  // A ":" is a port given with the host, which RemotePort is for; IPv6 addresses are the
+  // exception.
+  if (ftp_text::Contains(settings.server_name, ":") && !platform::ParseIpAddress(settings.server_name)) {
     RecordError("Connect", errors::kInvalidHost, core_.messages().GetMessage(kInvalidHostMessage));
     return false;
   }
@@ -142,6 +145,7 @@ void FtpSession::FinishLogin() {
   Settings& settings = core_.settings;
   core_.rt.logged_in = true;
   rest_refusal.clear();
+  epsv_refused = false;
   core_.rt.current_directory = "/";
   if ((server_pure_ftpd || server_proftpd) && !settings.list_dir_for_file_set) {
     settings.list_dir_for_file = true;

@@ -107,6 +107,8 @@ class FtpSession : private DispatchTarget {
   std::shared_ptr<TlsSessionPool> tls_sessions;
   /// The server's reply to a refused REST ("" while resuming works); kept for the session.
   std::string rest_refusal;
+  /// The server refused EPSV (500, 501, 502, 522): an IPv4 session uses PASV from then on.
+  bool epsv_refused = false;
   /// Set when MKD was refused with an "already exists" text: CreateDirectory must then see the
   /// folder before it reports success (the same texts also come for a missing parent or a file).
   std::optional<std::string> mkd_existing_reply;

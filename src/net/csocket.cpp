@@ -24,6 +24,9 @@ constexpr const char* kWrongStateText =
 constexpr int kListenBacklog = 5;
 // Connect() on a connected handle half-closes, then closes, then starts anew: three levels.
 constexpr int kMaxConnectDepth = 3;
+// A name's address that has not answered a connect by then gives way to the next one (the
+// last one has the rest of the owner's time-out).
+constexpr std::uint32_t kNextAddressAfterMs = 2000;
 
 std::string Trim(const std::string& s) {
   const auto first = s.find_first_not_of(" \t\r\n");
@@ -54,6 +57,7 @@ CSocket::CSocket()
 
 CSocket::~CSocket() {
   try {
+    StopAddressTimer();
     if (handle_ != -1) {
       support_->UnregisterSocket(handle_);
       platform::CloseSocketFd(handle_);
@@ -78,7 +82,7 @@ void CSocket::ReportFailure(const std::string& procedure, std::int32_t number, c
 std::int32_t CSocket::InitSocket() {
   std::int32_t result = -1;
   Protect("InitSocket", [&] {
-    auto created = platform::CreateSocket(protocol_ == 1);
+    auto created = platform::CreateSocket(protocol_ == 1, v6_);
     if (!created.ok()) Fail(created.error);
     platform::SocketFd fd(static_cast<int>(created.value));
     if (!support_->RegisterSocket(fd.get(), this)) Fail(20050);
@@ -166,6 +170,11 @@ void CSocket::CloseNow() {
 
 void CSocket::Connect() { ConnectHandle(0); }
 
+void CSocket::UseFamily(bool v6) {
+  if (handle_ != -1 && v6_ != v6) DestroySocket();
+  v6_ = v6;
+}
+
 void CSocket::ConnectHandle(int depth) {
   bool again = false;
   Protect("Connect", [&] {
@@ -175,14 +184,23 @@ void CSocket::ConnectHandle(int depth) {
       if (number == 0) number = 20001;
       Fail(number);
     }
-    const auto address = platform::ParseDottedIPv4(remote_host_);
+    const auto address = platform::ParseIpAddress(remote_host_);
     if (!address) Fail(errors::kUnresolvedHost);
+    UseFamily(address->v6);
     const platform::Endpoint to{*address, static_cast<std::uint16_t>(RemotePort())};
     if (!SocketExists()) return;
     const int err = platform::ConnectSocket(handle_, to);
     if (err == 0 || err == platform::kWsaWouldBlock || err == platform::kWsaInProgress) {
       if (err != 0) state_ = sckConnecting;
       support_->WatchConnect(handle_);
+      if (err != 0 && address_index_ + 1 < remote_addresses_.size()) {
+        StopAddressTimer();
+        address_timer_ = shared_->pump->AddTimer(kNextAddressAfterMs, [this] {
+          ActiveError active(*shared_, owner_error_.lock());
+          StopAddressTimer();
+          if (state_ == sckConnecting) ConnectNextAddress(errors::kNoResponse);
+        });
+      }
     } else if (err == platform::kWsaIsConnected && depth < kMaxConnectDepth) {
       WriteLog("CloseSocket And Connect");
       again = true;
@@ -201,8 +219,28 @@ void CSocket::ConnectHandle(int depth) {
   }
 }
 
+bool CSocket::ConnectNextAddress(std::int32_t error) {
+  if (address_index_ + 1 >= remote_addresses_.size()) return false;
+  WriteLog("Connect " + m_strType + " " + remote_host_ + ":" + std::to_string(RemotePort()) +
+           " failed (" + std::to_string(error) + "), trying the next address");
+  support_->UnregisterSocket(handle_);
+  platform::CloseSocketFd(std::exchange(handle_, -1));
+  bound_ = false;
+  state_ = sckClosed;
+  remote_host_ = platform::FormatIpAddress(remote_addresses_[++address_index_]);
+  ConnectHandle(0);
+  return true;
+}
+
+void CSocket::StopAddressTimer() {
+  if (address_timer_ != 0) shared_->pump->RemoveTimer(std::exchange(address_timer_, 0));
+}
+
 void CSocket::Bind(std::int32_t lngLocalPort, const std::string& strLocalIP) {
   Protect("Bind", [&] {
+    if (const auto address = platform::ParseIpAddress(strLocalIP.empty() ? local_ip_ : strLocalIP)) {
+      UseFamily(address->v6);
+    }
     if (SocketExists()) BindHandle(lngLocalPort, strLocalIP);
   });
 }
@@ -210,10 +248,11 @@ void CSocket::Bind(std::int32_t lngLocalPort, const std::string& strLocalIP) {
 void CSocket::BindHandle(std::int32_t lngLocalPort, const std::string& strLocalIP) {
   if (!strLocalIP.empty()) local_ip_ = strLocalIP;
   if (lngLocalPort > 0) local_port_ = lngLocalPort;
-  std::uint32_t address = 0;  // any address
+  platform::IpAddress address;  // any address of the handle's family
+  address.v6 = v6_;
   if (!local_ip_.empty()) {
-    const auto parsed = platform::ParseDottedIPv4(local_ip_);
-    if (!parsed) Fail(platform::kWsaInvalidArgument);
+    const auto parsed = platform::ParseIpAddress(local_ip_);
+    if (!parsed || parsed->v6 != v6_) Fail(platform::kWsaInvalidArgument);
     address = *parsed;
   }
   const auto port = static_cast<std::uint16_t>(UnsignedToInteger(local_port_));
@@ -258,13 +297,15 @@ void CSocket::TakeAccepted() {
   const auto local = platform::LocalEndpoint(handle_, error);
   if (!local) Fail(error);
   local_port_ = local->port;
-  local_ip_ = platform::FormatDottedIPv4(local->address);
+  local_ip_ = platform::FormatIpAddress(local->address);
+  v6_ = local->address.v6;
   local_host_name_ = local_ip_;  // no reverse lookup for an accepted connection
   local_host_name_pending_ = false;
   const auto peer = platform::PeerEndpoint(handle_, error);
   if (!peer) Fail(error);
   remote_port_ = peer->port;
-  remote_host_ = platform::FormatDottedIPv4(peer->address);
+  remote_host_ = platform::FormatIpAddress(peer->address);
+  remote_addresses_.clear();
   const auto type = platform::GetSocketOption(handle_, platform::SocketOption::Type);
   protocol_ = type.ok() && type.value == 1 ? 0 : 1;
   GetWinsockBuffers();
@@ -272,11 +313,12 @@ void CSocket::TakeAccepted() {
 }
 
 void CSocket::QueryLocalName() {
+  StopAddressTimer();
   int error = 0;
   const auto local = platform::LocalEndpoint(handle_, error);
   if (!local) Fail(error);
   local_port_ = local->port;
-  local_ip_ = platform::FormatDottedIPv4(local->address);
+  local_ip_ = platform::FormatIpAddress(local->address);
   // The reverse lookup can take long; it is made when LocalHostName is first read.
   local_host_name_pending_ = true;
 }
@@ -332,8 +374,8 @@ void CSocket::SendBufferedData() {
     const char* data = send_buffer_.data() + start;
     platform::SocketResult sent;
     if (protocol_ == 1) {
-      const auto address = platform::ParseDottedIPv4(remote_host_).value_or(0);
-      const platform::Endpoint to{address, static_cast<std::uint16_t>(RemotePort())};
+      const platform::Endpoint to{platform::ParseIpAddress(remote_host_).value_or(platform::IpAddress{}),
+                                  static_cast<std::uint16_t>(RemotePort())};
       sent = platform::SendBytesTo(handle_, data, pending, to);
     } else if (tls_) {
       sent = TlsSend(data, pending);
@@ -402,7 +444,8 @@ std::int32_t CSocket::RecvDataToBuffer() {
     got = platform::ReceiveBytesFrom(handle_, receive_buffer_.data(), size, from);
     if (got.ok()) {
       remote_port_ = from.port;
-      remote_host_ = platform::FormatDottedIPv4(from.address);
+      remote_host_ = platform::FormatIpAddress(from.address);
+      remote_addresses_.clear();
     }
   }
   support_->RearmRead(handle_);
@@ -451,7 +494,7 @@ void CSocket::Protocol(std::int32_t lngNewValue) {
 std::string CSocket::LocalHostName() {
   if (local_host_name_pending_) {
     local_host_name_pending_ = false;
-    const auto address = platform::ParseDottedIPv4(local_ip_);
+    const auto address = platform::ParseIpAddress(local_ip_);
     local_host_name_ = address ? platform::ReverseLookup(*address) : std::string();
     if (local_host_name_.empty()) local_host_name_ = local_ip_;
   }
@@ -463,12 +506,16 @@ void CSocket::RemoteHost(const std::string& strNewValue) {
     const std::string host = Trim(strNewValue);
     if (host.empty()) return;
     remote_host_ = host;
-    if (platform::ParseDottedIPv4(host)) return;
-    const std::string ip = GetIPFromHostName(host);
-    if (ip.empty()) {
+    address_index_ = 0;
+    if (const auto address = platform::ParseIpAddress(host)) {
+      remote_addresses_ = {*address};
+    } else {
+      remote_addresses_ = ResolveHostName(host);
+    }
+    if (remote_addresses_.empty()) {
       RecordError("CSocket.RemoteHost", platform::kWsaHostNotFound, {});
     } else {
-      remote_host_ = ip;
+      remote_host_ = platform::FormatIpAddress(remote_addresses_.front());
     }
   });
 }

@@ -1,4 +1,4 @@
-// CSocket: one asynchronous IPv4 socket (TCP, or UDP) of the component. Operations return at
+// CSocket: one asynchronous IPv4 or IPv6 socket (TCP, or UDP) of the component. Operations return at
 // once; outcomes arrive as events raised while the thread pumps (socket_support.h). Failures
 // are recorded in the thread's error object and raise OnError; nothing throws out.
 #pragma once
@@ -8,13 +8,13 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "net/socket_value.h"
 #include "net/tls_stream.h"
+#include "platform/event_pump.h"
+#include "platform/socket_api.h"
 
-namespace quorvi::platform {
-struct SocketResult;
-}
 
 namespace quorvi::detail {
 
@@ -128,9 +128,13 @@ class CSocket {
   /// The local host name; after a connect it is looked up (once) on first read.
   std::string LocalHostName();
   double BytesReceived() const { return bytes_received_; }
+  /// The address connected to (or to be connected to next), as text ("::1", "10.0.0.5").
   std::string RemoteHost() const { return remote_host_; }
-  /// Stores the trimmed host; a name is resolved at once to its first IPv4 address.
+  /// Stores the trimmed host: an address (IPv6 with or without brackets) as it is, a name
+  /// resolved at once to all its addresses. Connect tries them in order until one connects.
   void RemoteHost(const std::string& strNewValue);
+  /// The connection (or the next one) is IPv6.
+  bool IsIPv6() const { return v6_; }
   /// 21 while unset.
   std::int32_t RemotePort();
   /// Values outside 1..65535 store 21.
@@ -166,6 +170,12 @@ class CSocket {
   void TakeAccepted();
   void QueryLocalName();
   void ReportFailure(const std::string& procedure, std::int32_t number, const std::string& text);
+  /// The family of the handle to make: a handle of the other family is closed first.
+  void UseFamily(bool v6);
+  /// A connect failed or took too long: on to the next address of the name; false when none
+  /// is left.
+  bool ConnectNextAddress(std::int32_t error);
+  void StopAddressTimer();
   // TLS (csocket_tls.cpp).
   void ContinueHandshake();
   [[noreturn]] void FailTls();
@@ -185,6 +195,10 @@ class CSocket {
   std::shared_ptr<SocketSupport> support_;
   std::weak_ptr<CError> owner_error_;
   std::string remote_host_;
+  std::vector<platform::IpAddress> remote_addresses_;  // of the name given to RemoteHost
+  std::size_t address_index_ = 0;                      // the one being connected to
+  platform::EventPump::TimerId address_timer_ = 0;     // moves on from a silent address
+  bool v6_ = false;                                    // family of the handle
   std::int32_t remote_port_ = 0;
   std::string receive_buffer_;
   std::int32_t receive_count_ = 0;

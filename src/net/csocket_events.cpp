@@ -22,6 +22,8 @@ void CSocket::PostSocketEvent(std::int32_t event, std::int32_t error) {
   ActiveError active(*shared_, owner_error_.lock());
   try {
     m_lngEventErrorNumber = error;
+    // A name with more addresses: a refused or failed connect goes on with the next one.
+    if (error > 0 && event == kFdConnect && ConnectNextAddress(error)) return;
     if (error > 0) {
       WriteLog("PostSocketEvent:lngError=" + std::to_string(error) + " " + m_strType);
       state_ = sckError;

@@ -5,6 +5,7 @@
 
 #include "component/component_error.h"
 #include "component/error_object.h"
+#include "component/thread_shared.h"
 #include "net/csocket.h"
 #include "platform/socket_api.h"
 
@@ -142,9 +143,15 @@ SocketSupport::Registration* SocketSupport::Find(int handle) {
   return it == registry_.end() ? nullptr : &it->second;
 }
 
+std::vector<platform::IpAddress> ResolveHostName(const std::string& host) {
+  const ThreadShared* shared = ThreadShared::Current();
+  return shared != nullptr && shared->resolve_host ? shared->resolve_host(host)
+                                                   : platform::ResolveHost(host);
+}
+
 std::string GetIPFromHostName(const std::string& host) {
-  const auto address = platform::ResolveFirstIPv4(host);
-  return address ? platform::FormatDottedIPv4(*address) : std::string();
+  const auto addresses = ResolveHostName(host);
+  return addresses.empty() ? std::string() : platform::FormatIpAddress(addresses.front());
 }
 
 std::int16_t UnsignedToInteger(std::int32_t value) {

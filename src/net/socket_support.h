@@ -9,9 +9,11 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "component/error_numbers.h"
 #include "platform/event_pump.h"
+#include "platform/socket_api.h"
 
 namespace quorvi::detail {
 
@@ -131,7 +133,10 @@ class SocketSupport : public std::enable_shared_from_this<SocketSupport> {
   std::uint32_t pause_ms_ = kNotificationPauseMs;
 };
 
-/// Blocking lookup of a host name: the first IPv4 address as dotted text, "" when none.
+/// Blocking lookup of a host name: every address (both families) in the resolver's order,
+/// through the thread's resolver (ThreadShared::resolve_host).
+std::vector<platform::IpAddress> ResolveHostName(const std::string& host);
+/// The first address of a host name as text ("127.0.0.1", "::1"), "" when none.
 std::string GetIPFromHostName(const std::string& host);
 /// A port as the 16-bit value the network takes (bit pattern of the unsigned port); values
 /// outside 0..65535 fail with error 6 (overflow).

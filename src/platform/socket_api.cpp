@@ -10,6 +10,7 @@
 #include <array>
 #include <cctype>
 #include <cerrno>
+#include <cstring>
 #include <utility>
 
 namespace quorvi::platform {
@@ -48,15 +49,55 @@ constexpr int kWsaSystemCallFailure = 10107;
 
 int LastError() { return WinsockErrorFromErrno(errno); }
 
-sockaddr_in ToSockaddr(const Endpoint& e) {
-  sockaddr_in sa{};
-  sa.sin_family = AF_INET;
-  sa.sin_addr.s_addr = e.address;
-  sa.sin_port = htons(e.port);
-  return sa;
+// A socket address for an endpoint, with its length.
+struct SocketAddress {
+  sockaddr_storage storage{};
+  socklen_t length = 0;
+  const sockaddr* get() const { return reinterpret_cast<const sockaddr*>(&storage); }
+};
+
+SocketAddress ToSockaddr(const Endpoint& e) {
+  SocketAddress out;
+  if (e.address.v6) {
+    auto* sa = reinterpret_cast<sockaddr_in6*>(&out.storage);
+    sa->sin6_family = AF_INET6;
+    std::memcpy(&sa->sin6_addr, e.address.bytes.data(), 16);
+    sa->sin6_port = htons(e.port);
+    out.length = sizeof(sockaddr_in6);
+  } else {
+    auto* sa = reinterpret_cast<sockaddr_in*>(&out.storage);
+    sa->sin_family = AF_INET;
+    std::memcpy(&sa->sin_addr, e.address.bytes.data(), 4);
+    sa->sin_port = htons(e.port);
+    out.length = sizeof(sockaddr_in);
+  }
+  return out;
 }
 
-Endpoint FromSockaddr(const sockaddr_in& sa) { return Endpoint{sa.sin_addr.s_addr, ntohs(sa.sin_port)}; }
+std::optional<IpAddress> FromSockaddr(const sockaddr* sa) {
+  IpAddress address;
+  if (sa->sa_family == AF_INET6) {
+    const auto* in6 = reinterpret_cast<const sockaddr_in6*>(sa);
+    address.v6 = true;
+    std::memcpy(address.bytes.data(), &in6->sin6_addr, 16);
+    return address;
+  }
+  if (sa->sa_family == AF_INET) {
+    std::memcpy(address.bytes.data(), &reinterpret_cast<const sockaddr_in*>(sa)->sin_addr, 4);
+    return address;
+  }
+  return std::nullopt;
+}
+
+std::optional<Endpoint> FromSockaddrStorage(const sockaddr_storage& storage) {
+  const auto* sa = reinterpret_cast<const sockaddr*>(&storage);
+  const auto address = FromSockaddr(sa);
+  if (!address) return std::nullopt;
+  const std::uint16_t port =
+      address->v6 ? ntohs(reinterpret_cast<const sockaddr_in6*>(sa)->sin6_port)
+                  : ntohs(reinterpret_cast<const sockaddr_in*>(sa)->sin_port);
+  return Endpoint{*address, port};
+}
 
 SocketResult FromCount(ssize_t n) {
   if (n < 0) return SocketResult{-1, LastError()};
@@ -78,14 +119,16 @@ int OptionName(SocketOption option) {
 using NameQuery = int (*)(int, sockaddr*, socklen_t*);
 
 std::optional<Endpoint> QueryName(NameQuery query, int fd, int& error) {
-  sockaddr_in sa{};
-  socklen_t len = sizeof sa;
-  if (query(fd, reinterpret_cast<sockaddr*>(&sa), &len) != 0) {
+  sockaddr_storage storage{};
+  socklen_t len = sizeof storage;
+  if (query(fd, reinterpret_cast<sockaddr*>(&storage), &len) != 0) {
     error = LastError();
     return std::nullopt;
   }
   error = 0;
-  return FromSockaddr(sa);
+  auto endpoint = FromSockaddrStorage(storage);
+  if (!endpoint) error = WinsockErrorFromErrno(EAFNOSUPPORT);
+  return endpoint;
 }
 
 // Letters, digits, '-' and '.', labels of 1..63 characters: anything else cannot be a host
@@ -133,9 +176,9 @@ int SocketFd::Close() {
   return fd < 0 ? 0 : CloseSocketFd(fd);
 }
 
-SocketResult CreateSocket(bool datagram) {
+SocketResult CreateSocket(bool datagram, bool v6) {
   const int type = (datagram ? SOCK_DGRAM : SOCK_STREAM) | SOCK_NONBLOCK | SOCK_CLOEXEC;
-  const int fd = ::socket(AF_INET, type, datagram ? IPPROTO_UDP : IPPROTO_TCP);
+  const int fd = ::socket(v6 ? AF_INET6 : AF_INET, type, datagram ? IPPROTO_UDP : IPPROTO_TCP);
   if (fd < 0) return SocketResult{-1, LastError()};
   return SocketResult{fd, 0};
 }
@@ -145,16 +188,16 @@ int CloseSocketFd(int fd) { return ZeroOrError(::close(fd)); }
 int ConnectSocket(int fd, const Endpoint& to) {
   // Linux completes a finished non-blocking connect with one more success; a connected
   // socket reports "already connected" every time, as the callers expect.
-  sockaddr_in peer{};
+  sockaddr_storage peer{};
   socklen_t len = sizeof peer;
   if (::getpeername(fd, reinterpret_cast<sockaddr*>(&peer), &len) == 0) return WinsockErrorFromErrno(EISCONN);
-  const sockaddr_in sa = ToSockaddr(to);
-  return ZeroOrError(::connect(fd, reinterpret_cast<const sockaddr*>(&sa), sizeof sa));
+  const SocketAddress sa = ToSockaddr(to);
+  return ZeroOrError(::connect(fd, sa.get(), sa.length));
 }
 
 int BindSocket(int fd, const Endpoint& at) {
-  const sockaddr_in sa = ToSockaddr(at);
-  return ZeroOrError(::bind(fd, reinterpret_cast<const sockaddr*>(&sa), sizeof sa));
+  const SocketAddress sa = ToSockaddr(at);
+  return ZeroOrError(::bind(fd, sa.get(), sa.length));
 }
 
 int ListenSocket(int fd, int backlog) { return ZeroOrError(::listen(fd, backlog)); }
@@ -170,9 +213,8 @@ SocketResult SendBytes(int fd, const char* data, std::size_t size) {
 }
 
 SocketResult SendBytesTo(int fd, const char* data, std::size_t size, const Endpoint& to) {
-  const sockaddr_in sa = ToSockaddr(to);
-  return FromCount(
-      ::sendto(fd, data, size, MSG_NOSIGNAL, reinterpret_cast<const sockaddr*>(&sa), sizeof sa));
+  const SocketAddress sa = ToSockaddr(to);
+  return FromCount(::sendto(fd, data, size, MSG_NOSIGNAL, sa.get(), sa.length));
 }
 
 SocketResult ReceiveBytes(int fd, char* data, std::size_t size, bool peek) {
@@ -180,10 +222,12 @@ SocketResult ReceiveBytes(int fd, char* data, std::size_t size, bool peek) {
 }
 
 SocketResult ReceiveBytesFrom(int fd, char* data, std::size_t size, Endpoint& from) {
-  sockaddr_in sa{};
+  sockaddr_storage sa{};
   socklen_t len = sizeof sa;
   const ssize_t n = ::recvfrom(fd, data, size, 0, reinterpret_cast<sockaddr*>(&sa), &len);
-  if (n >= 0) from = FromSockaddr(sa);
+  if (n >= 0) {
+    if (auto endpoint = FromSockaddrStorage(sa)) from = *endpoint;
+  }
   return FromCount(n);
 }
 
@@ -210,41 +254,48 @@ std::optional<Endpoint> LocalEndpoint(int fd, int& error) { return QueryName(::g
 
 std::optional<Endpoint> PeerEndpoint(int fd, int& error) { return QueryName(::getpeername, fd, error); }
 
-std::optional<std::uint32_t> ParseDottedIPv4(std::string_view text) {
+std::optional<IpAddress> ParseIpAddress(std::string_view text) {
+  if (text.size() > 2 && text.front() == '[' && text.back() == ']') {
+    text = text.substr(1, text.size() - 2);
+    if (text.find(':') == std::string_view::npos) return std::nullopt;  // "[1.2.3.4]"
+  }
   const std::string copy(text);
-  in_addr addr{};
-  if (::inet_pton(AF_INET, copy.c_str(), &addr) != 1) return std::nullopt;
-  return addr.s_addr;
+  IpAddress address;
+  if (::inet_pton(AF_INET, copy.c_str(), address.bytes.data()) == 1) return address;
+  address.v6 = true;
+  if (::inet_pton(AF_INET6, copy.c_str(), address.bytes.data()) == 1) return address;
+  return std::nullopt;
 }
 
-std::string FormatDottedIPv4(std::uint32_t address) {
-  const auto* b = reinterpret_cast<const unsigned char*>(&address);
-  return std::to_string(b[0]) + "." + std::to_string(b[1]) + "." + std::to_string(b[2]) + "." +
-         std::to_string(b[3]);
+std::string FormatIpAddress(const IpAddress& address) {
+  std::array<char, INET6_ADDRSTRLEN> text{};
+  ::inet_ntop(address.v6 ? AF_INET6 : AF_INET, address.bytes.data(), text.data(), text.size());
+  return text.data();
 }
 
-std::optional<std::uint32_t> ResolveFirstIPv4(const std::string& host) {
-  if (!IsValidHostName(host)) return std::nullopt;
+std::vector<IpAddress> ResolveHost(const std::string& host) {
+  if (!IsValidHostName(host)) return {};
   addrinfo hints{};
-  hints.ai_family = AF_INET;
+  hints.ai_family = AF_UNSPEC;
   hints.ai_socktype = SOCK_STREAM;
   addrinfo* list = nullptr;
-  if (::getaddrinfo(host.c_str(), nullptr, &hints, &list) != 0 || list == nullptr) return std::nullopt;
-  std::optional<std::uint32_t> first;
-  for (const addrinfo* ai = list; ai != nullptr && !first; ai = ai->ai_next) {
-    if (ai->ai_family == AF_INET && ai->ai_addr != nullptr) {
-      first = reinterpret_cast<const sockaddr_in*>(ai->ai_addr)->sin_addr.s_addr;
+  if (::getaddrinfo(host.c_str(), nullptr, &hints, &list) != 0 || list == nullptr) return {};
+  std::vector<IpAddress> addresses;
+  for (const addrinfo* ai = list; ai != nullptr; ai = ai->ai_next) {
+    if (ai->ai_addr == nullptr) continue;
+    const auto address = FromSockaddr(ai->ai_addr);
+    if (address && std::find(addresses.begin(), addresses.end(), *address) == addresses.end()) {
+      addresses.push_back(*address);
     }
   }
   ::freeaddrinfo(list);
-  return first;
+  return addresses;
 }
 
-std::string ReverseLookup(std::uint32_t address) {
-  const sockaddr_in sa = ToSockaddr(Endpoint{address, 0});
+std::string ReverseLookup(const IpAddress& address) {
+  const SocketAddress sa = ToSockaddr(Endpoint{address, 0});
   std::array<char, NI_MAXHOST> name{};
-  if (::getnameinfo(reinterpret_cast<const sockaddr*>(&sa), sizeof sa, name.data(), name.size(),
-                    nullptr, 0, NI_NAMEREQD) != 0) {
+  if (::getnameinfo(sa.get(), sa.length, name.data(), name.size(), nullptr, 0, NI_NAMEREQD) != 0) {
     return {};
   }
   return name.data();

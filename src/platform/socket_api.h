@@ -1,16 +1,18 @@
 // Thin POSIX socket calls for the socket layer. Every failure comes back as a Windows Sockets
 // error number (10035 would block, 10061 refused, 11001 host not found, ...), so the socket
-// error texts and the callers' rules apply unchanged. Sockets are IPv4, non-blocking and
-// close-on-exec.
+// error texts and the callers' rules apply unchanged. Sockets are IPv4 or IPv6, non-blocking
+// and close-on-exec.
 #pragma once
 
 #include <poll.h>
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace quorvi::platform {
 
@@ -41,9 +43,16 @@ struct SocketResult {
   bool ok() const { return error == 0; }
 };
 
-/// An IPv4 address (network byte order) and a port.
+/// An IPv4 or IPv6 address in network byte order.
+struct IpAddress {
+  bool v6 = false;
+  std::array<std::uint8_t, 16> bytes{};  ///< IPv4: the first four
+  bool operator==(const IpAddress&) const = default;
+};
+
+/// An address and a port.
 struct Endpoint {
-  std::uint32_t address = 0;
+  IpAddress address;
   std::uint16_t port = 0;
 };
 
@@ -71,8 +80,8 @@ class SocketFd {
 enum class SocketOption { ReceiveBuffer, SendBuffer, Error, Type };
 enum class ShutdownHow { Send, Both };
 
-/// A new IPv4 socket: datagram (UDP) or stream (TCP).
-SocketResult CreateSocket(bool datagram);
+/// A new socket: datagram (UDP) or stream (TCP), IPv4 or IPv6.
+SocketResult CreateSocket(bool datagram, bool v6 = false);
 /// Closes a descriptor; returns 0 or the error number.
 int CloseSocketFd(int fd);
 /// Starts a connect; 10036 (in progress) means the outcome follows as writability.
@@ -96,15 +105,17 @@ int SetSocketOption(int fd, SocketOption option, int value);
 std::optional<Endpoint> LocalEndpoint(int fd, int& error);
 std::optional<Endpoint> PeerEndpoint(int fd, int& error);
 
-/// Parses strict dotted IPv4 text ("a.b.c.d").
-std::optional<std::uint32_t> ParseDottedIPv4(std::string_view text);
-/// Dotted decimal text of an address in network byte order.
-std::string FormatDottedIPv4(std::uint32_t address);
-/// Blocking forward lookup: the first IPv4 address, or nothing. Names that are not valid host
-/// names are refused without asking the resolver.
-std::optional<std::uint32_t> ResolveFirstIPv4(const std::string& host);
+/// Parses an address: dotted IPv4 ("a.b.c.d") or IPv6 text ("::1"), with or without brackets
+/// ("[::1]").
+std::optional<IpAddress> ParseIpAddress(std::string_view text);
+/// The usual text of an address ("127.0.0.1", "2001:db8::1").
+std::string FormatIpAddress(const IpAddress& address);
+/// Blocking forward lookup: every address of a name (both families) in the resolver's order,
+/// without repeats. Names that are not valid host names are refused without asking the
+/// resolver.
+std::vector<IpAddress> ResolveHost(const std::string& host);
 /// Blocking reverse lookup of an address; "" when it has no name.
-std::string ReverseLookup(std::uint32_t address);
+std::string ReverseLookup(const IpAddress& address);
 /// This machine's host name.
 std::string LocalMachineName();
 

@@ -16,8 +16,11 @@ namespace {
 QUORVI_SERVER_SUITE(DosListing, ServerKind::FaultFtpd, {"--fault", "dos_list"});
 QUORVI_SERVER_SUITE(PlainFault, ServerKind::FaultFtpd);
 QUORVI_SERVER_SUITE(MkdRefused, ServerKind::FaultFtpd, {"--fault", "mkd550"});
+// A server without EPSV (the session falls back to PASV) whose first PASV reply names no
+// usable port.
 QUORVI_SERVER_SUITE(BrokenListing, ServerKind::FaultFtpd,
-                    {"--reply-once", "PASV=227 Entering Passive Mode (127,0,0,1,300,7).", "--reply",
+                    {"--reply", "EPSV=500 Unknown command.", "--reply-once",
+                     "PASV=227 Entering Passive Mode (127,0,0,1,300,7).", "--reply",
                      "LIST=550 No such directory."});
 
 TEST_F(DosListing, ParsesIisLines) {
@@ -66,7 +69,7 @@ TEST_F(PlainFault, MlsdChangesDirectoryAndMlstAnswersSingleFiles) {
   EXPECT_TRUE(cwd != std::string::npos && mlsd != std::string::npos && back != std::string::npos)
       << log;
   EXPECT_EQ(Count(log, "MLST /pub/m/d/b.txt"), 1u) << log;
-  EXPECT_EQ(Count(log, "PASV"), 3u) << log;  // the listings; MLST needs no data connection
+  EXPECT_EQ(Count(log, "EPSV"), 3u) << log;  // the listings; MLST needs no data connection
   EXPECT_EQ(Count(log, "LIST /pub/m/*.txt"), 1u) << log;
   EXPECT_EQ(Count(log, "MLSD"), 2u) << log;
 }
@@ -123,6 +126,10 @@ TEST_F(BrokenListing, MalformedPassiveReplyThenRefusedList) {
   EXPECT_EQ(ftp->ErrorInfo(), "550 No such directory.");
   EXPECT_EQ(ftp->GetFtpFileSize("/pub/l/a.txt"), -1);  // the refusal says it is not there
   EXPECT_TRUE(ftp->Connected());
+  // EPSV was asked once: the session remembers the refusal.
+  const std::string log = ReadAll(server().log_path());
+  EXPECT_EQ(Count(log, "EPSV"), 1u) << log;
+  EXPECT_GE(Count(log, "PASV"), 2u) << log;
 }
 
 }  // namespace

@@ -94,12 +94,13 @@ TEST_F(ShortWith226, ATreeFileCutShortFailsTheJob) {
 class ForeignPassiveHost : public TransferSuite<ForeignPassiveHost> {
  public:
   static ServerSetup ServerToStart() {
-    return {ServerKind::FaultFtpd, {"--fault", "pasv_foreign_host"}};
+    return {ServerKind::FaultFtpd,
+            {"--fault", "pasv_foreign_host", "--reply", "EPSV=502 Command not implemented."}};
   }
 };
 
 // A 227 that names another host (NAT, or a server pointing the client elsewhere): only its
-// port is used, on the control connection's host.
+// port is used, on the control connection's host. (EPSV is refused, so PASV is used.)
 TEST_F(ForeignPassiveHost, TheDataConnectionGoesToTheControlHost) {
   server().WriteFile("pub/f.txt", "foreign");
   ftp_->RemotePath("/pub/f.txt");

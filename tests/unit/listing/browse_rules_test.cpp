@@ -30,6 +30,27 @@ TEST(DataConnectionRules, PassivePortFromThe227Reply) {
   EXPECT_EQ(PortArgument("10.0.0.5", 20017), "10,0,0,5,78,49");
 }
 
+TEST(DataConnectionRules, PassivePortFromThe229Reply) {
+  const std::pair<const char*, std::optional<std::int32_t>> cases[] = {
+      {"229 Entering Extended Passive Mode (|||6446|)", 6446},
+      {"229 Entering Extended Passive Mode (!!!65535!)", 65535},  // any delimiter
+      {"229 (|||1|)", 1},
+      {"229 Entering Extended Passive Mode (|||0|)", std::nullopt},
+      {"229 Entering Extended Passive Mode (|||65536|)", std::nullopt},
+      {"229 Entering Extended Passive Mode (|||6446)", std::nullopt},
+      {"229 Entering Extended Passive Mode (||6446|)", std::nullopt},
+      {"229 Entering Extended Passive Mode (|!|6446|)", std::nullopt},  // mixed delimiters
+      {"229 Entering Extended Passive Mode (|||-5|)", std::nullopt},
+      {"229 Entering Extended Passive Mode (|||64a6|)", std::nullopt},
+      {"229 Entering Extended Passive Mode (1112221)", std::nullopt},  // a digit delimits nothing
+      {"229 Entering Extended Passive Mode", std::nullopt},
+      {"229 (|||", std::nullopt},
+  };
+  for (const auto& [reply, port] : cases) EXPECT_EQ(ParseExtendedPassivePort(reply), port) << reply;
+  EXPECT_EQ(ExtendedPortArgument("::1", true, 6446), "|2|::1|6446|");
+  EXPECT_EQ(ExtendedPortArgument("10.0.0.5", false, 80), "|1|10.0.0.5|80|");
+}
+
 TEST(DataConnectionRules, UploadSteps) {
   struct Case {
     double pending, sent, size;

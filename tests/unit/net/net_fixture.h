@@ -79,7 +79,7 @@ struct Recorder {
 /// A bound, not listening socket on 127.0.0.1 (connects to its port are refused).
 inline platform::SocketFd BoundSocket(std::int32_t& port) {
   platform::SocketFd fd(static_cast<int>(platform::CreateSocket(false).value));
-  platform::BindSocket(fd.get(), platform::Endpoint{*platform::ParseDottedIPv4("127.0.0.1"), 0});
+  platform::BindSocket(fd.get(), platform::Endpoint{*platform::ParseIpAddress("127.0.0.1"), 0});
   int error = 0;
   port = platform::LocalEndpoint(fd.get(), error)->port;
   return fd;
