@@ -53,7 +53,10 @@ class FtpLibrary {
   void SetHostHook(std::function<void()> hook);
 
   // ---- Connection settings ------------------------------------------------------------------
-  /// Server host name; writing strips "ftp:", "http:", "https:", slashes and a ":21" suffix.
+  /// Server host name or address; writing strips "ftp:", "http:", "https:", slashes and a ":21"
+  /// suffix. An IPv6 address may be given bare or in brackets ("::1", "[::1]", "[::1]:21") and is
+  /// stored in its usual text ("::1"); any other ":" (a port: use RemotePort) makes Connect fail
+  /// with 21000. A name's addresses (IPv4 and IPv6) are tried in order.
   std::string ServerName() const;
   void ServerName(const std::string& value);
   /// Login name ("anonymous" is used when empty).
@@ -96,7 +99,8 @@ class FtpLibrary {
   /// FTP_IMAGE_MODE (default) or FTP_ASCII_MODE.
   FtpTransferModes TransferMode() const;
   void TransferMode(FtpTransferModes value);
-  /// Passive (true, default) or active data connections.
+  /// Passive (true, default: EPSV, or PASV on IPv4 once the server refused EPSV) or active
+  /// (PORT on IPv4, EPRT on IPv6) data connections.
   bool PassiveMode() const;
   void PassiveMode(bool value);
   /// Encryption: 0 none (default), 1 explicit FTPS (AUTH TLS after the greeting), 2 implicit

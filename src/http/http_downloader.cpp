@@ -302,7 +302,10 @@ void HttpDownloader::ParseUrl() {
   if (!https_ && !StartsWithNoCase(url, "http://")) url = "http://" + url;
   // "host:port"; a port text that is not a number leaves the port as it was.
   const std::string host_port = MHttpSupport::GetHostAndPort(url);
-  const std::size_t colon = host_port.find(':');
+  // "[::1]:8080": the host keeps its brackets (the Host header needs them); the port's colon
+  // follows them.
+  const std::size_t bracket = host_port.starts_with('[') ? host_port.find(']') : std::string::npos;
+  const std::size_t colon = host_port.find(':', bracket == std::string::npos ? 0 : bracket);
   if (colon != std::string::npos && colon >= 1) {
     const std::string port = host_port.substr(colon + 1);
     if (AllDigits(port) && port.size() <= 5) url_port_ = std::stoi(port);

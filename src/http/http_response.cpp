@@ -22,6 +22,14 @@
 namespace quorvi::detail {
 
 namespace {
+
+// The name TLS checks the certificate against: an IPv6 address without its URL brackets.
+std::string TlsHostName(const std::string& url_host) {
+  if (url_host.size() > 2 && url_host.front() == '[' && url_host.back() == ']') {
+    return url_host.substr(1, url_host.size() - 2);
+  }
+  return url_host;
+}
 constexpr std::uint64_t kEventIntervalMs = 201;
 constexpr char kHeaderEnd[] = "\r\n\r\n";
 // How much of the body after the header is looked at for an error page's title.
@@ -113,7 +121,7 @@ void HttpDownloader::m_objHttpSocket_OnConnect() {
     tunnel_pending_ = true;
     m_objHttpSocket->SendData(ByteArray{bytes}, length);
   } else {
-    m_objHttpSocket->StartTls(url_host_, s.tls);
+    m_objHttpSocket->StartTls(TlsHostName(url_host_), s.tls);
   }
 }
 
@@ -131,7 +139,7 @@ bool HttpDownloader::ReadTunnelReply(const std::string& bytes) {
   }
   tunnel_pending_ = false;
   tunnel_reply_.clear();
-  m_objHttpSocket->StartTls(url_host_, core_.settings.tls);
+  m_objHttpSocket->StartTls(TlsHostName(url_host_), core_.settings.tls);
   return false;
 }
 

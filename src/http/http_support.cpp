@@ -114,7 +114,9 @@ std::string GetHostAndPort(std::string_view url) {
   const std::size_t slash = collapsed.find('/');
   if (slash == std::string::npos) return collapsed;
   std::string host = collapsed.substr(0, slash);
-  if (host.find(':') == std::string::npos) host += ":80";
+  // An IPv6 address is in brackets ("[::1]:8080"): only a colon after them starts a port.
+  const std::size_t bracket = host.starts_with('[') ? host.find(']') : std::string::npos;
+  if (host.find(':', bracket == std::string::npos ? 0 : bracket) == std::string::npos) host += ":80";
   return host;
 }
 

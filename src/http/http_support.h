@@ -20,7 +20,7 @@ std::string GetStatusLine(std::string_view header);
 /// error, invalid or 出错), without surrounding line breaks, tabs and blanks.
 std::string GetErrorPageTitle(std::string_view response);
 /// "host:port" of a URL: ":80" is added when the URL has a path but names no port; a URL without a
-/// path gives its host part as written.
+/// path gives its host part as written. An IPv6 host keeps its brackets ("[::1]:80").
 std::string GetHostAndPort(std::string_view url);
 /// Texts of the HTTP error numbers 18001..18004 and 18404; "" for any other number.
 std::string GetHttpErrorText(std::int32_t number);

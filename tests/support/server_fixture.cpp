@@ -88,9 +88,10 @@ bool RunningUnderCi() {
   return ci != nullptr && std::string(ci) == "true";
 }
 
-TestServer::TestServer(ServerKind kind, fs::path base, std::uint16_t port, pid_t pid)
+TestServer::TestServer(ServerKind kind, fs::path base, std::string host, std::uint16_t port,
+                       pid_t pid)
     : kind_(kind), base_(std::move(base)), root_(base_ / "root"), state_(base_ / "state"),
-      port_(port), pid_(pid) {}
+      host_(std::move(host)), port_(port), pid_(pid) {}
 
 TestServer::~TestServer() {
   RunScript({(FixturesDir() / "stop.sh").string(), std::to_string(pid_)}, {}, milliseconds(8000));
@@ -144,10 +145,12 @@ StartOutcome StartServer(const ServerSetup& setup) {
                                      std::to_string(port)};
     argv.insert(argv.end(), setup.args.begin(), setup.args.end());
     const ScriptResult run =
-        RunScript(argv, {{"STATE_DIR", (base / "state").string()}}, milliseconds(15000));
+        RunScript(argv, {{"STATE_DIR", (base / "state").string()}, {"BIND_IP", setup.bind_ip}},
+                  milliseconds(15000));
     const long pid = run.exit_code == 0 ? std::strtol(run.out.c_str(), nullptr, 10) : 0;
     if (pid > 0) {
-      outcome.server = std::make_unique<TestServer>(setup.kind, base, port, static_cast<pid_t>(pid));
+      outcome.server = std::make_unique<TestServer>(setup.kind, base, setup.bind_ip, port,
+                                                    static_cast<pid_t>(pid));
       outcome.problem.clear();
       return outcome;
     }

@@ -35,22 +35,26 @@ const char* KindName(ServerKind kind);
 
 /// What to start.
 struct ServerSetup {
-  ServerSetup(ServerKind k, std::vector<std::string> a = {}) : kind(k), args(std::move(a)) {}
+  ServerSetup(ServerKind k, std::vector<std::string> a = {}, std::string ip = "127.0.0.1")
+      : kind(k), args(std::move(a)), bind_ip(std::move(ip)) {}
 
   ServerKind kind;
   std::vector<std::string> args;  ///< extra script arguments
+  std::string bind_ip;            ///< the loopback address to listen on ("::1": IPv6)
 };
 
 /// One running server. The destructor stops it by PID and removes its temporary folder
 /// (kept when QUORVI_KEEP_FIXTURES is set, for post-mortems).
 class TestServer {
  public:
-  TestServer(ServerKind kind, std::filesystem::path base, std::uint16_t port, pid_t pid);
+  TestServer(ServerKind kind, std::filesystem::path base, std::string host, std::uint16_t port,
+             pid_t pid);
   ~TestServer();
   TestServer(const TestServer&) = delete;
   TestServer& operator=(const TestServer&) = delete;
 
-  std::string host() const { return "127.0.0.1"; }
+  /// The address it listens on ("127.0.0.1" or "::1").
+  const std::string& host() const { return host_; }
   std::uint16_t port() const { return port_; }
   /// Login of the FTP servers ("ftptest"/"ftptest"); anonymous works too. Empty for HTTP kinds.
   std::string user() const;
@@ -67,6 +71,7 @@ class TestServer {
  private:
   ServerKind kind_;
   std::filesystem::path base_, root_, state_;
+  std::string host_;
   std::uint16_t port_;
   pid_t pid_;
 };
