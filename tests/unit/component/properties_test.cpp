@@ -75,6 +75,9 @@ TEST(Properties, ServerNameIsNormalisedAfterDeciphering) {
       {"FTP://MyHost:21/", "MyHost"}, {"ftp://myhost:2121/dir", "myhost:2121dir"},
       {"HTTPS://a.b\\c", "a.bc"},     {"host:210", "host:210"},
       {"fTp:ftp:x", "x"},
+      // IPv6: the ":21" of an address is part of it; the one after brackets is the port.
+      {"fe80::21", "fe80::21"},       {"[fe80::21]:21", "fe80::21"},
+      {"FTP://[2001:DB8::1]/", "2001:db8::1"}, {"[::1]:2121", "[::1]:2121"},
   };
   FtpLibrary lib;
   for (auto [written, stored] : cases) {
