@@ -3,7 +3,6 @@
 
 #include "component/core.h"
 #include "component/library_version.h"
-#include "local/registry.h"
 
 namespace quorvi {
 
@@ -11,8 +10,8 @@ FtpLibrary::FtpLibrary() : core_(std::make_unique<detail::Core>()) {
   // The defaults are the Core's member initialisers; the message table and the error object
   // come with the thread's shared objects. What is left of creation is the log's start.
   core_->error().StartLog(detail::kVersion);
-  // Hosts that embed the component in scripted pages look for these keys; failures are ignored.
-  detail::RegisterSafetyKeys();
+  // Nothing is written to the registry store here: the category keys hosts look for are part
+  // of the registry members' built-in view (local/registry.cpp).
 }
 
 // Subsystems stop their timers and leave a logged-in session through Core::shutdown_hooks,

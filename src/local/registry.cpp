@@ -109,6 +109,30 @@ std::string ValueText(const RegistryValue& value) {
   }
 }
 
+// The built-in view: the component's class key and its two category keys. Hosts that embed
+// the component in scripted pages look for the categories; answering them from here rather than
+// writing them at every creation keeps the user's store free of keys nobody asked for.
+constexpr const char* kClassCategories =
+    "SOFTWARE\\Classes\\CLSID\\{31AE647D-11D1-4E6A-BE2D-90157640019A}\\Implemented Categories\\";
+constexpr const char* kCategories[] = {
+    "{7DD95801-9882-11CF-9FA9-00AA006C42C4}",  // safe for scripting
+    "{7DD95802-9882-11CF-9FA9-00AA006C42C4}",  // safe for initialisation
+};
+
+// True when the key is one of the built-in keys or lies on the way to one (names compare
+// without case, as stored keys do).
+bool IsBuiltIn(const KeyPath& key) {
+  for (const char* category : kCategories) {
+    const auto full = KeyOf("HKEY_LOCAL_MACHINE", std::string(kClassCategories) + category);
+    if (key.empty() || key.size() > full->size() || key[0] != (*full)[0]) continue;
+    bool same = true;
+    for (std::size_t i = 1; i < key.size() && same; ++i)
+      same = platform::FoldCase(key[i]) == platform::FoldCase((*full)[i]);
+    if (same) return true;
+  }
+  return false;
+}
+
 }  // namespace
 
 std::int64_t GetRootKey(const std::string& name) {
@@ -179,24 +203,7 @@ std::string Regedit::RegGetValueEx(const std::string& hKey, const std::string& S
 
 bool Regedit::RegExists(const std::string& hKey, const std::string& SubKey) {
   const auto key = KeyOf(hKey, SubKey);
-  return key && store_.KeyExists(*key);
-}
-
-void RegisterSafetyKeys() {
-  static constexpr const char* kCategories[] = {
-      "{7DD95801-9882-11CF-9FA9-00AA006C42C4}",  // safe for scripting
-      "{7DD95802-9882-11CF-9FA9-00AA006C42C4}",  // safe for initialisation
-  };
-  try {
-    Regedit regedit;
-    for (const char* category : kCategories)
-      regedit.RegCreate("HKEY_LOCAL_MACHINE",
-                        std::string("SOFTWARE\\Classes\\CLSID\\{31AE647D-11D1-4E6A-BE2D-"
-                                    "90157640019A}\\Implemented Categories\\") +
-                            category);
-  } catch (...) {
-    // Writing the keys is a courtesy to hosts; a component works without them.
-  }
+  return key && (IsBuiltIn(*key) || store_.KeyExists(*key));
 }
 
 }  // namespace quorvi::detail

@@ -19,6 +19,11 @@ std::string FormatSubKey(const std::string& path);
 
 /// The registry operations over one store. Every operation returns false (the readers
 /// kGetValueError) on any failure and never throws.
+///
+/// Besides the stored keys, RegExists sees a read-only built-in view: the component's class key
+/// under HKEY_LOCAL_MACHINE with its two "Implemented Categories" keys (safe for scripting and
+/// for initialisation) and their parents. They are answered from a table and never written, so
+/// a component that only reads leaves the store untouched.
 class Regedit {
  public:
   explicit Regedit(platform::RegistryStore store = platform::RegistryStore::Default())
@@ -40,9 +45,5 @@ class Regedit {
  private:
   platform::RegistryStore store_;
 };
-
-/// Registers the component as safe for scripting and initialisation (the two category keys
-/// under HKEY_LOCAL_MACHINE); failures are ignored. Called once per new component.
-void RegisterSafetyKeys();
 
 }  // namespace quorvi::detail

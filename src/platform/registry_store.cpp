@@ -46,13 +46,16 @@ fs::path ValueFile(const fs::path& folder, const std::string& name) {
   return folder / ("=" + Escape(FoldCase(name)));
 }
 
-// flock on the store's lock file; released (and the fd closed) on destruction.
+// flock on the store's lock file; released (and the fd closed) on destruction. Only writers
+// create the store folder and the lock file: a reader of a store nobody has written yet
+// finds no lock file, holds nothing and reads nothing, and leaves the disk as it was.
 class StoreLock {
  public:
   StoreLock(const fs::path& root, bool exclusive) {
     std::error_code ec;
     if (exclusive) fs::create_directories(root, ec);
-    fd_ = ::open((root / kLockFile).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+    const int flags = exclusive ? O_RDWR | O_CREAT | O_CLOEXEC : O_RDONLY | O_CLOEXEC;
+    fd_ = ::open((root / kLockFile).c_str(), flags, 0644);
     if (fd_ >= 0 && ::flock(fd_, exclusive ? LOCK_EX : LOCK_SH) != 0) Release();
   }
   ~StoreLock() { Release(); }

@@ -3,7 +3,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <string>
+#include <vector>
+
 #include <gtest/gtest.h>
+
+#include <quorvi/ftp_library.h>
 
 #include "test_support.h"
 
@@ -14,6 +19,17 @@ using quorvi::testing::ScopedEnv;
 using quorvi::testing::TempDir;
 
 constexpr const char* kUser = "HKEY_CURRENT_USER";
+constexpr const char* kMachine = "HKEY_LOCAL_MACHINE";
+constexpr const char* kCategories =
+    "SOFTWARE\\Classes\\CLSID\\{31AE647D-11D1-4E6A-BE2D-90157640019A}\\Implemented Categories";
+
+// Every file and folder below the folder, as paths relative to it.
+std::vector<std::string> Contents(const std::filesystem::path& folder) {
+  std::vector<std::string> found;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder))
+    found.push_back(std::filesystem::relative(entry.path(), folder).string());
+  return found;
+}
 
 class RegistryTest : public ::testing::Test {
  protected:
@@ -162,6 +178,63 @@ TEST_F(RegistryTest, ShellFoldersComeFromXdgUserDirs) {
   };
   for (const auto& [name, folder] : cases)
     EXPECT_EQ(reg.RegGetValueEx(kUser, platform::kShellFoldersKey, name), folder) << name;
+}
+
+TEST_F(RegistryTest, BuiltInCategoryKeysExistWithoutBeingStored) {
+  const std::string cats = kCategories;
+  const std::pair<std::string, bool> cases[] = {
+      {cats + "\\{7DD95801-9882-11CF-9FA9-00AA006C42C4}", true},   // safe for scripting
+      {cats + "\\{7DD95802-9882-11CF-9FA9-00AA006C42C4}", true},   // safe for initialisation
+      {cats + "\\{7dd95801-9882-11cf-9fa9-00aa006c42c4}", true},   // names fold case
+      {"/software/classes/clsid/{31ae647d-11d1-4e6a-be2d-90157640019a}", true},
+      {"SOFTWARE", true},
+      {cats + "\\{7DD95803-9882-11CF-9FA9-00AA006C42C4}", false},  // not one of ours
+      {cats + "\\{7DD95801-9882-11CF-9FA9-00AA006C42C4}\\below", false},
+      {"SOFTWARE\\Classes\\CLSID\\{00000000-0000-0000-0000-000000000000}", false},
+  };
+  for (const auto& [key, exists] : cases) {
+    EXPECT_EQ(reg.RegExists(kMachine, key), exists) << key;
+    EXPECT_EQ(reg.RegExists("&H80000002", key), exists) << key;
+    EXPECT_FALSE(reg.RegExists(kUser, key)) << key;  // only under HKEY_LOCAL_MACHINE
+  }
+  // Read-only: no values, no value writes without a stored key, and the reads wrote nothing.
+  const std::string scripting = cats + "\\{7DD95801-9882-11CF-9FA9-00AA006C42C4}";
+  EXPECT_EQ(reg.RegGetValue(kMachine, scripting), kGetValueError);
+  EXPECT_FALSE(reg.RegSetValueEx(kMachine, scripting, "n", "1"));
+  EXPECT_FALSE(std::filesystem::exists(store.root()));
+}
+
+// A component that is created, asked for the keys it answers itself, and destroyed leaves the
+// user's home as it found it; the first registry write creates the store there.
+TEST(RegistryHome, ComponentWritesNothingUntilARegistryWrite) {
+  quorvi::testing::TempDir home;
+  quorvi::testing::ScopedEnv home_env("HOME", home.path().string());
+  quorvi::testing::ScopedEnv config_env("XDG_CONFIG_HOME", home / ".config");
+  quorvi::testing::ScopedEnv data_env("XDG_DATA_HOME", std::nullopt);
+  quorvi::testing::ScopedEnv cache_env("XDG_CACHE_HOME", std::nullopt);
+  quorvi::testing::ScopedEnv store_env("QUORVI_REGISTRY", std::nullopt);
+  quorvi::testing::ScopedEnv system_env("QUORVI_WINDOWS_DIR", std::nullopt);
+  const std::string scripting =
+      std::string(kCategories) + "\\{7DD95801-9882-11CF-9FA9-00AA006C42C4}";
+  {
+    FtpLibrary library;
+    EXPECT_TRUE(library.RegExists(kMachine, scripting));
+    EXPECT_EQ(library.RegGetValue(kMachine, scripting), kGetValueError);
+    EXPECT_EQ(library.GetShellFolder("Personal"), home / "Documents/");
+    EXPECT_EQ(library.GetShellFolder("No Such Folder"), std::string(kGetValueError) + "/");
+    EXPECT_EQ(library.RegGetValue(kUser, "Software\\Quorvi Test"), kGetValueError);
+    EXPECT_FALSE(library.RegExists(kUser, "Software\\Quorvi Test"));
+  }
+  EXPECT_EQ(Contents(home.path()), std::vector<std::string>{});
+
+  {
+    FtpLibrary library;
+    EXPECT_TRUE(library.RegSetValue(kUser, "Software\\Quorvi Test", "written"));
+  }
+  const auto value_file =
+      home.path() / ".config/quorviftp/registry/hkey_current_user/software/quorvi test/=";
+  EXPECT_TRUE(std::filesystem::is_regular_file(value_file));
+  EXPECT_EQ(FtpLibrary().RegGetValue(kUser, "Software\\Quorvi Test"), "written");
 }
 
 }  // namespace
