@@ -43,31 +43,35 @@ bool Quote(quorvi::FtpLibrary& ftp, const Options& o) {
   return true;
 }
 
-const std::vector<Command>& CommandTable() {
+}  // namespace
+
+const std::vector<Command>& Commands() {
   static const std::vector<Command> commands = {
-      {"pwd", 0, 0, Pwd},
-      {"rm", 1, 1, Remove},
-      {"mv", 2, 2, Move},
-      {"quote", 1, SIZE_MAX, Quote},
-      {"ls", 0, 1, List},
-      {"stat", 1, 1, Stat},
-      {"size", 1, 1, Size},
-      {"exists", 1, 1, Exists},
-      {"isdir", 1, 1, IsDir},
-      {"mkdir", 1, 2, MakeDir},
-      {"rmdir", 1, 1, RemoveDir},
-      {"script", 1, 1, Script, false},
-      {"download", 2, 2, Download},
-      {"upload", 2, 2, Upload},
-      {"http", 2, 4, Http, false},
+      {"download", "REMOTE_LIST LOCAL_LIST", "download files or folders (\"|\"-separated lists)",
+       2, 2, Download, {0}},
+      {"upload", "LOCAL_LIST REMOTE_LIST", "upload files or folders (\"|\"-separated lists)",
+       2, 2, Upload, {1}},
+      {"ls", "[PATH]", "list a folder", 0, 1, List, {0}},
+      {"stat", "PATH", "one entry's type, size and date", 1, 1, Stat, {0}},
+      {"size", "PATH", "a file's size in bytes", 1, 1, Size, {0}},
+      {"exists", "PATH", "print true when the file exists, false when not", 1, 1, Exists, {0}},
+      {"isdir", "PATH", "print true when the folder exists, false when not", 1, 1, IsDir, {0}},
+      {"pwd", "", "the login folder", 0, 0, Pwd, {}},
+      {"mkdir", "PATH", "create a folder (and its parents unless --no-recursive)", 1, 1, MakeDir,
+       {0}},
+      {"rmdir", "PATH", "remove a folder with everything in it", 1, 1, RemoveDir, {0}},
+      {"rm", "PATH", "delete a file", 1, 1, Remove, {0}},
+      {"mv", "OLD NEW", "rename or move", 2, 2, Move, {0, 1}},
+      {"quote", "CMD [ARGS...]", "send a raw command and print the reply", 1, SIZE_MAX, Quote, {}},
+      {"http", "URL_LIST LOCAL_LIST", "download http:// or https:// URLs", 2, 2, Http, {}, false},
+      {"script", "FILE|-", "run a script (set, get, call, on; see examples/scripts/)", 1, 1,
+       Script, {}, false},
   };
   return commands;
 }
 
-}  // namespace
-
 const Command* FindCommand(const std::string& name) {
-  for (const auto& command : CommandTable())
+  for (const auto& command : Commands())
     if (name == command.name) return &command;
   return nullptr;
 }

@@ -70,15 +70,7 @@ bool IsDir(quorvi::FtpLibrary& ftp, const Options& options) {
 }
 
 bool MakeDir(quorvi::FtpLibrary& ftp, const Options& options) {
-  bool recursive = true;
-  if (options.args.size() > 1) {
-    if (options.args[1] != "--no-recursive") {
-      std::cerr << "qftp: mkdir takes PATH [--no-recursive]\n";
-      return false;
-    }
-    recursive = false;
-  }
-  return ftp.CreateDirectory(options.args[0], recursive);
+  return ftp.CreateDirectory(options.args[0], !options.no_recursive);
 }
 
 bool RemoveDir(quorvi::FtpLibrary& ftp, const Options& options) {

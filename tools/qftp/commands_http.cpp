@@ -1,4 +1,4 @@
-// qftp http URL_LIST LOCAL_LIST [--proxy HOST:PORT]: DownloadHttpFile with the transfer options,
+// qftp http URL_LIST LOCAL_LIST (--proxy HOST:PORT anywhere): DownloadHttpFile with the transfer options,
 // the progress bar on a terminal and a summary line. Needs no FTP login.
 #include <quorvi/ftp_library.h>
 
@@ -45,19 +45,10 @@ bool Fail(const std::string& text) {
 }  // namespace
 
 bool Http(quorvi::FtpLibrary& ftp, const Options& o) {
-  // The two lists, then an optional --proxy (as "--proxy H:P" or "--proxy=H:P").
   std::optional<Proxy> proxy;
   const auto& args = o.args;
   if (o.proxy) {
     proxy = ParseProxy(*o.proxy);
-    if (!proxy) return Fail("--proxy needs HOST:PORT");
-  }
-  if (args.size() > 2) {
-    const bool inline_value = args[2].starts_with("--proxy=");
-    if (args[2] != "--proxy" && !inline_value) return Fail("unknown argument " + args[2]);
-    if (!inline_value && args.size() != 4) return Fail("--proxy needs HOST:PORT");
-    if (inline_value && args.size() != 3) return Fail("unexpected argument " + args.back());
-    proxy = ParseProxy(inline_value ? args[2].substr(8) : args[3]);
     if (!proxy) return Fail("--proxy needs HOST:PORT");
   }
 

@@ -1,5 +1,6 @@
 // qftp: the component's command-line host. Options configure one FtpLibrary, the command runs
-// on it, failures print "qftp: error NUMBER: TEXT" (exit 1), usage errors exit 2.
+// on it, failures print "qftp: error NUMBER: TEXT" (exit 1), usage errors exit 2, --help and
+// --version exit 0.
 #include <quorvi/ftp_library.h>
 
 #include <cstdlib>
@@ -8,6 +9,7 @@
 #include <string_view>
 
 #include "commands.h"
+#include "credentials.h"
 #include "options.h"
 
 namespace {
@@ -16,7 +18,7 @@ void Configure(quorvi::FtpLibrary& ftp, const qftp::Options& o) {
   ftp.ServerName(o.host);
   if (o.port) ftp.RemotePort(*o.port);
   ftp.UserName(o.user);
-  ftp.PassWord(o.password);
+  ftp.PassWord(o.password.value_or(""));
   ftp.PassiveMode(!o.active);
   ftp.Security(static_cast<std::int16_t>(o.security));
   ftp.CAFile(o.ca_file);
@@ -39,7 +41,8 @@ void Configure(quorvi::FtpLibrary& ftp, const qftp::Options& o) {
   if (o.timeout) ftp.TimeOut(static_cast<std::int16_t>(*o.timeout));
   if (o.keepalive_cmd) ftp.KeepAliveCommand(*o.keepalive_cmd);
   if (o.keepalive_sec) ftp.KeepAliveSecond(static_cast<std::int16_t>(*o.keepalive_sec));
-  if (o.pause_ms) ftp.NotificationPause(*o.pause_ms);
+  // Unpaced unless asked: the component's classic pause is for hosts that want it.
+  ftp.NotificationPause(o.pause_ms.value_or(0));
   if (o.sndbuf) ftp.Sndbuf(*o.sndbuf);
   if (o.log) ftp.EnableLog(true);
 }
@@ -77,7 +80,7 @@ void HidePasswordArgument(int argc, char** argv, const std::string& password) {
 }
 
 int Usage(const std::string& message) {
-  std::cerr << "qftp: " << message << "\n" << qftp::UsageText();
+  std::cerr << "qftp: " << message << "\n(qftp --help lists the commands and options)\n";
   return 2;
 }
 
@@ -90,13 +93,19 @@ int main(int argc, char** argv) {
                                  std::getenv("QFTP_PASSWORD"));
   } catch (const qftp::UsageError& e) {
     return Usage(e.message);
+  } catch (const qftp::EarlyExit& e) {
+    std::cout << e.text;
+    return 0;
   }
-  HidePasswordArgument(argc, argv, options.password);
+  HidePasswordArgument(argc, argv, options.password.value_or(""));
   const qftp::Command* command = qftp::FindCommand(options.command);
   if (!command) return Usage("unknown command " + options.command);
-  if (options.args.size() < command->min_args || options.args.size() > command->max_args)
-    return Usage("wrong number of arguments for " + options.command);
-  if (command->needs_login && options.host.empty()) return Usage("no host given (-H HOST)");
+  if (command->needs_login && options.host.empty()) return Usage("no host given (-H HOST or a URL)");
+  try {
+    if (command->needs_login) qftp::CompleteCredentials(options);
+  } catch (const qftp::UsageError& e) {
+    return Usage(e.message);
+  }
 
   quorvi::FtpLibrary ftp;
   Configure(ftp, options);

@@ -1,123 +1,245 @@
 #include "options.h"
 
+#include <CLI/CLI.hpp>
+
 #include <charconv>
-#include <functional>
+#include <cmath>
+
+#include "commands.h"
+#include "url.h"
 
 namespace qftp {
 
 namespace {
 
-int ToInt(const std::string& option, const std::string& value) {
-  int n = 0;
-  const auto [end, ec] = std::from_chars(value.data(), value.data() + value.size(), n);
-  if (ec != std::errc() || end != value.data() + value.size())
-    throw UsageError{option + " needs a number, not '" + value + "'"};
-  return n;
-}
+constexpr const char* kVersion = "qftp 4.5.10";
 
-struct OptionRow {
-  const char* short_name;  // "" when none
-  const char* long_name;
-  bool takes_value;
-  std::function<void(Options&, const std::string& name, const std::string& value)> apply;
+constexpr const char* kFooter = R"(Remote paths may be URLs: ftp://[USER[:PASSWORD]@]HOST[:PORT]/PATH, ftps://... for
+implicit FTPS ([::1] for an IPv6 host; user, password and path %-decoded). "qftp URL" lists a
+URL that ends in "/" and downloads any other into the current folder.
+Without a password (-p, QFTP_PASSWORD, the URL, --password-stdin) qftp reads ~/.netrc (or
+--netrc-file), then asks on the terminal.
+Sizes and rates take k, M, G (powers of 1024): --max-speed 500k, --max-size 1.5G.
+Exit status: 0 success; 1 a transfer, protocol or connection error (one line per failure,
+naming the file); 2 a usage error.)";
+
+// Options whose values need more than CLI11's conversion: kept as text, converted afterwards.
+struct RawValues {
+  std::string max_speed, max_size, sndbuf, replace;
+  std::string bare_url;
 };
 
-const std::vector<OptionRow>& OptionTable() {
-  static const std::vector<OptionRow> rows = {
-      {"-H", "--host", true, [](Options& o, auto&, auto& v) { o.host = v; }},
-      {"-P", "--port", true, [](Options& o, auto& n, auto& v) { o.port = ToInt(n, v); }},
-      {"-u", "--user", true, [](Options& o, auto&, auto& v) { o.user = v; }},
-      {"-p", "--password", true, [](Options& o, auto&, auto& v) { o.password = v; }},
-      {"", "--active", false, [](Options& o, auto&, auto&) { o.active = true; }},
-      {"", "--utf8", false, [](Options& o, auto&, auto&) { o.utf8 = true; }},
-      {"", "--no-auto-encoding", false,
-       [](Options& o, auto&, auto&) { o.no_auto_encoding = true; }},
-      {"", "--mlsd", false, [](Options& o, auto&, auto&) { o.mlsd = true; }},
-      {"", "--list-all", false, [](Options& o, auto&, auto&) { o.list_all = true; }},
-      {"", "--timeout", true, [](Options& o, auto& n, auto& v) { o.timeout = ToInt(n, v); }},
-      {"", "--keepalive-cmd", true, [](Options& o, auto&, auto& v) { o.keepalive_cmd = v; }},
-      {"", "--keepalive-sec", true,
-       [](Options& o, auto& n, auto& v) { o.keepalive_sec = ToInt(n, v); }},
-      {"", "--pause-ms", true, [](Options& o, auto& n, auto& v) { o.pause_ms = ToInt(n, v); }},
-      {"", "--sndbuf", true, [](Options& o, auto& n, auto& v) { o.sndbuf = ToInt(n, v); }},
-      {"", "--proxy", true, [](Options& o, auto&, auto& v) { o.proxy = v; }},
-      {"", "--ftps", false, [](Options& o, auto&, auto&) { o.security = 1; }},
-      {"", "--ftps-implicit", false, [](Options& o, auto&, auto&) { o.security = 2; }},
-      {"", "--cacert", true, [](Options& o, auto&, auto& v) { o.ca_file = v; }},
-      {"", "--pin", true, [](Options& o, auto&, auto& v) { o.pin = v; }},
-      {"", "--cert", true, [](Options& o, auto&, auto& v) { o.cert = v; }},
-      {"", "--key", true, [](Options& o, auto&, auto& v) { o.key = v; }},
-      {"", "--insecure", false, [](Options& o, auto&, auto&) { o.insecure = true; }},
-      {"", "--clear-data", false, [](Options& o, auto&, auto&) { o.clear_data = true; }},
-      {"-q", "", false, [](Options& o, auto&, auto&) { o.quiet = true; }},
-      {"-v", "", false, [](Options& o, auto&, auto&) { o.verbose = true; }},
-      {"", "--log", false, [](Options& o, auto&, auto&) { o.log = true; }},
-  };
-  return rows;
+void AddConnectionOptions(CLI::App& app, Options& o) {
+  auto* g = "connection";
+  app.add_option("-H,--host", o.host, "server name or address (IPv6 with or without [])")->group(g);
+  app.add_option("-P,--port", o.port, "server port (default 21, 990 with --ftps-implicit)")
+      ->check(CLI::Range(1, 65535))
+      ->group(g);
+  app.add_option("-u,--user", o.user, "login name (default anonymous)")->group(g);
+  app.add_option("-p,--password", o.password, "password (visible to ps: prefer the prompt, "
+                                              "--password-stdin, QFTP_PASSWORD or ~/.netrc)")
+      ->group(g);
+  app.add_flag("--password-stdin", o.password_stdin, "read the password from stdin's first line")
+      ->group(g);
+  app.add_option("--netrc-file", o.netrc_file, "netrc file to read instead of ~/.netrc")->group(g);
+  app.add_flag("--active", o.active, "active mode (PORT/EPRT) instead of passive")->group(g);
+  app.add_flag("--utf8", o.utf8, "UTF-8 names without asking the server")->group(g);
+  app.add_flag("--no-auto-encoding", o.no_auto_encoding, "names in the local code page")->group(g);
+  app.add_flag("--mlsd", o.mlsd, "list with MLSD")->group(g);
+  app.add_flag("--list-all", o.list_all, "list hidden entries too (LIST -a)")->group(g);
+  app.add_option("--timeout", o.timeout, "seconds to wait for the server (30..6000)")
+      ->check(CLI::Range(30, 6000))
+      ->group(g);
+  app.add_option("--keepalive-cmd", o.keepalive_cmd, "command sent to keep the session alive")
+      ->group(g);
+  app.add_option("--keepalive-sec", o.keepalive_sec, "seconds between keep-alives (0, 30..1800)")
+      ->check(CLI::IsMember({0}) | CLI::Range(30, 1800))
+      ->group(g);
+  app.add_option("--pause-ms", o.pause_ms, "pause after each network notification (default 0)")
+      ->check(CLI::Range(0, 1000))
+      ->group(g);
+  app.add_option("--proxy", o.proxy, "HTTP proxy HOST:PORT (qftp http)")->group(g);
 }
 
-const OptionRow* FindOption(const std::string& name) {
-  for (const auto& row : OptionTable())
-    if (name == row.short_name || name == row.long_name) return &row;
-  return nullptr;
+void AddTlsOptions(CLI::App& app, Options& o) {
+  auto* g = "encryption";
+  auto* explicit_tls = app.add_flag_callback("--ftps", [&o] { o.security = 1; },
+                                             "explicit FTPS (AUTH TLS)");
+  explicit_tls->group(g);
+  app.add_flag_callback("--ftps-implicit", [&o] { o.security = 2; }, "implicit FTPS (port 990)")
+      ->excludes(explicit_tls)
+      ->group(g);
+  app.add_option("--cacert", o.ca_file, "trust the CAs in FILE instead of the system's")
+      ->check(CLI::ExistingFile)
+      ->group(g);
+  app.add_option("--pin", o.pin, "require the server's key: sha256//BASE64")->group(g);
+  app.add_option("--cert", o.cert, "client certificate (PEM)")->check(CLI::ExistingFile)->group(g);
+  app.add_option("--key", o.key, "its key (PEM)")->check(CLI::ExistingFile)->group(g);
+  app.add_flag("--clear-data", o.clear_data, "data connections in clear text (PROT C)")->group(g);
+  app.add_flag("--insecure", o.insecure, "INSECURE: no certificate checks at all")->group(g);
+}
+
+void AddTransferOptions(CLI::App& app, TransferOptions& t, RawValues& raw, Options& o) {
+  auto* g = "transfer";
+  app.add_option("--replace", raw.replace, "an existing file: ask|overwrite|resume|skip|rename")
+      ->check(CLI::IsMember({"ask", "overwrite", "resume", "skip", "rename"}))
+      ->group(g);
+  app.add_option("--rename-rule", t.rename_rule, "how --replace rename names the new file")
+      ->group(g);
+  app.add_option("--retries", t.retries, "retries per file (0..100)")->check(CLI::Range(0, 100))
+      ->group(g);
+  app.add_option("--max-speed", raw.max_speed, "rate limit, KiB/s unless a unit is given (500k, 2M)")
+      ->group(g);
+  app.add_option("--max-size", raw.max_size, "skip larger files, MiB unless a unit is given")
+      ->group(g);
+  app.add_option("--sndbuf", raw.sndbuf, "data send buffer and upload chunk cap (bytes, or 256k)")
+      ->group(g);
+  app.add_option("--allow", t.allow, "only these extensions (txt;doc)")->group(g);
+  app.add_option("--forbid", t.forbid, "never these extensions")->group(g);
+  app.add_flag("--without-list", t.without_list, "download without asking the size first")
+      ->group(g);
+  app.add_flag("--correspond-folder", t.correspond_folder, "recreate the remote folder locally")
+      ->group(g);
+  app.add_flag("--total", t.total, "progress of the whole job instead of each file")->group(g);
+  app.add_option("--status-dir", t.status_dir, "folder of the resume status files")->group(g);
+  app.add_flag("--ascii", t.ascii, "ASCII transfer mode")->group(g);
+  auto* out = "output";
+  app.add_flag("-q,--quiet", o.quiet, "no progress display")->group(out);
+  app.add_flag("-v,--verbose", o.verbose, "print every server message and state change")->group(out);
+  app.add_flag("--log", o.log, "write the component's log file")->group(out);
+}
+
+void AddCommands(CLI::App& app, Options& o) {
+  for (const Command& command : Commands()) {
+    CLI::App* sub = app.add_subcommand(command.name, command.summary);
+    sub->fallthrough();  // global options after the command
+    sub->callback([&o, name = command.name] { o.command = name; });
+    if (command.max_args > 0) {
+      const int max = command.max_args == SIZE_MAX ? -1 : static_cast<int>(command.max_args);
+      auto* args = sub->add_option("ARGS", o.args, command.synopsis)
+                       ->expected(static_cast<int>(command.min_args), max);
+      args->type_name("");
+      if (command.min_args > 0) args->required();
+    }
+    if (std::string(command.name) == "mkdir") {
+      sub->add_flag("--no-recursive", o.no_recursive, "do not create missing parents");
+    }
+  }
+}
+
+// Host, port, user, password and security from URL arguments; their paths replace them.
+void TakeUrls(Options& o) {
+  const Command* command = FindCommand(o.command);
+  if (command == nullptr) return;
+  for (std::size_t index : command->remote_args) {
+    if (index >= o.args.size()) continue;
+    std::string rewritten;
+    std::size_t start = 0;
+    const std::string& list = o.args[index];
+    for (;;) {  // a "|" list: each item may be a URL of the same server
+      const auto bar = list.find('|', start);
+      std::string item = list.substr(start, bar == std::string::npos ? bar : bar - start);
+      if (IsFtpUrl(item)) {
+        const FtpUrl url = ParseFtpUrl(item);
+        if (!o.host.empty() && o.host != url.host)
+          throw UsageError{"one command talks to one server: " + url.host + " and " + o.host};
+        o.host = url.host;
+        if (url.port && !o.port) o.port = url.port;
+        if (url.user && o.user.empty()) o.user = *url.user;
+        if (url.password && !o.password) o.password = url.password;
+        if (url.security != 0 && o.security == 0) o.security = url.security;
+        item = url.path;
+      }
+      rewritten += item;
+      if (bar == std::string::npos) break;
+      rewritten += '|';
+      start = bar + 1;
+    }
+    o.args[index] = rewritten;
+  }
+}
+
+void ConvertRawValues(Options& o, const RawValues& raw) {
+  if (!raw.replace.empty()) o.transfer.replace = raw.replace;
+  if (!raw.max_speed.empty()) {
+    o.transfer.max_speed_kib =
+        static_cast<int>(std::ceil(ParseSize("--max-speed", raw.max_speed, 1024) / 1024));
+  }
+  if (!raw.max_size.empty()) {
+    o.transfer.max_size_mib = ParseSize("--max-size", raw.max_size, 1024 * 1024) / (1024 * 1024);
+  }
+  if (!raw.sndbuf.empty()) {
+    const double bytes = ParseSize("--sndbuf", raw.sndbuf, 1);
+    if (bytes < 32 || bytes > 64.0 * 1024 * 1024) throw UsageError{"--sndbuf is 32 bytes..64M"};
+    o.sndbuf = static_cast<int>(bytes);
+  }
+}
+
+// "qftp ftp://host/dir/" lists it; "qftp ftp://host/file" downloads it into the current folder.
+void TakeBareUrl(Options& o, const std::string& url) {
+  if (!IsFtpUrl(url)) throw UsageError{"unknown command " + url};
+  const FtpUrl parsed = ParseFtpUrl(url);
+  if (parsed.path.ends_with('/')) {
+    o.command = "ls";
+    o.args = {url};
+  } else {
+    o.command = "download";
+    o.args = {url, "./"};
+  }
 }
 
 }  // namespace
 
-Options ParseOptions(const std::vector<std::string>& argv, const char* env_password) {
-  Options options;
-  if (env_password) options.password = env_password;
-  for (std::size_t i = 0; i < argv.size(); ++i) {
-    std::string arg = argv[i];
-    if (!options.command.empty()) {
-      options.args.push_back(arg);
-      continue;
-    }
-    if (arg.size() < 2 || arg[0] != '-') {
-      options.command = arg;
-      continue;
-    }
-    std::string value;
-    bool inline_value = false;
-    if (const auto eq = arg.find('='); arg.rfind("--", 0) == 0 && eq != std::string::npos) {
-      value = arg.substr(eq + 1);
-      arg = arg.substr(0, eq);
-      inline_value = true;
-    }
-    const OptionRow* row = FindOption(arg);
-    if (!row && ParseTransferOption(options.transfer, arg, argv, i, inline_value, value)) continue;
-    if (!row) throw UsageError{"unknown option " + arg};
-    if (row->takes_value && !inline_value) {
-      if (i + 1 >= argv.size()) throw UsageError{arg + " needs a value"};
-      value = argv[++i];
-    } else if (!row->takes_value && inline_value) {
-      throw UsageError{arg + " takes no value"};
-    }
-    row->apply(options, arg, value);
+double ParseSize(const std::string& option, const std::string& text, double plain_unit) {
+  double number = 0;
+  const char* end = text.data() + text.size();
+  const auto [unit_at, ec] = std::from_chars(text.data(), end, number);
+  if (ec != std::errc() || number < 0 || !std::isfinite(number))
+    throw UsageError{option + " needs a size such as 512, 10k, 1.5M or 1G, not '" + text + "'"};
+  const std::string unit(unit_at, end);
+  static const std::pair<const char*, double> kUnits[] = {
+      {"", 0},         {"k", 1024.0},       {"K", 1024.0},     {"KiB", 1024.0},
+      {"M", 1048576.0}, {"MiB", 1048576.0}, {"m", 1048576.0}, {"G", 1073741824.0},
+      {"GiB", 1073741824.0}, {"g", 1073741824.0},
+  };
+  for (const auto& [name, factor] : kUnits) {
+    if (unit == name) return number * (factor == 0 ? plain_unit : factor);
   }
-  if (options.command.empty()) throw UsageError{"no command given"};
-  return options;
+  throw UsageError{option + ": unknown unit '" + unit + "' (k, M or G)"};
 }
 
-std::string UsageText() {
-  return R"(usage: qftp [options] COMMAND [ARGS]
-connection:  -H/--host HOST  -P/--port N  -u/--user USER  -p/--password PASS (or env QFTP_PASSWORD)
-             --active  --utf8 | --no-auto-encoding  --mlsd  --list-all  --timeout S
-             --ftps (AUTH TLS) | --ftps-implicit (port 990)  --cacert FILE  --pin sha256//BASE64
-             --cert FILE --key FILE  --clear-data (PROT C)  --insecure (no certificate checks)
-             --keepalive-cmd CMD  --keepalive-sec S  --pause-ms N (pause per notification, default 10)
-             --sndbuf BYTES (data send buffer and upload chunk cap; default: sized by the system)
-transfer:    --replace ask|overwrite|resume|skip|rename  --rename-rule RULE  --retries N
-             --max-speed KIB  --max-size MIB  --allow EXTS  --forbid EXTS  --without-list
-             --correspond-folder  --total  --status-dir DIR  --ascii  --proxy HOST:PORT
-output:      -q (no progress)  -v (print every server message and state change)  --log
-commands:    download REMOTE_LIST LOCAL_LIST   upload LOCAL_LIST REMOTE_LIST   ("|"-separated lists)
-             ls [PATH]  stat PATH  size PATH  exists PATH  isdir PATH  pwd
-             mkdir PATH [--no-recursive]  rmdir PATH  rm PATH  mv OLD NEW  quote CMD [ARGS]
-             http URL_LIST LOCAL_LIST
-             script FILE|-  (set NAME VALUE, get NAME..., call NAME [ARG...], on EVENT ...;
-                             see examples/scripts/)
-)";
+Options ParseOptions(const std::vector<std::string>& argv, const char* env_password) {
+  Options o;
+  RawValues raw;
+  CLI::App app{"qftp: files on FTP, FTPS and HTTP(S) servers, from the command line", "qftp"};
+  app.set_version_flag("--version", kVersion);
+  app.footer(kFooter);
+  app.require_subcommand(0, 1);
+  app.add_option("URL", raw.bare_url, "an ftp:// or ftps:// URL without a command")->type_name("");
+  AddConnectionOptions(app, o);
+  AddTlsOptions(app, o);
+  AddTransferOptions(app, o.transfer, raw, o);
+  AddCommands(app, o);
+  std::vector<std::string> reversed(argv.rbegin(), argv.rend());  // CLI11 takes them backwards
+  try {
+    app.parse(reversed);
+  } catch (const CLI::CallForHelp&) {
+    throw EarlyExit{app.help()};
+  } catch (const CLI::CallForAllHelp&) {
+    throw EarlyExit{app.help("", CLI::AppFormatMode::All)};
+  } catch (const CLI::CallForVersion&) {
+    throw EarlyExit{std::string(kVersion) + "\n"};
+  } catch (const CLI::ParseError& e) {
+    throw UsageError{e.what()};
+  }
+  if (!o.command.empty() && !raw.bare_url.empty())
+    throw UsageError{"unexpected argument " + raw.bare_url + " (qftp " + o.command + " --help)"};
+  if (o.command.empty() && raw.bare_url.empty()) throw UsageError{"no command given"};
+  if (o.command.empty()) TakeBareUrl(o, raw.bare_url);
+  if (!o.password && env_password != nullptr) o.password = env_password;
+  ConvertRawValues(o, raw);
+  TakeUrls(o);
+  return o;
 }
 
 }  // namespace qftp

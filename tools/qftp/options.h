@@ -1,4 +1,5 @@
-// qftp's command line: options (a table of option rows) and the command with its arguments.
+// qftp's command line (parsed with CLI11): global options, which may stand before or after the
+// command, and the command with its arguments. Remote paths may be ftp:// or ftps:// URLs.
 #pragma once
 
 #include <optional>
@@ -14,7 +15,9 @@ struct Options {
   std::string host;
   std::optional<int> port;
   std::string user;
-  std::string password;
+  std::optional<std::string> password;  ///< set: given (even when empty)
+  std::string netrc_file;               ///< --netrc-file; default ~/.netrc
+  bool password_stdin = false;          ///< --password-stdin: first line of stdin
   bool active = false;
   bool utf8 = false;
   bool no_auto_encoding = false;
@@ -42,18 +45,26 @@ struct Options {
   // the command
   std::string command;
   std::vector<std::string> args;
+  bool no_recursive = false;  ///< mkdir --no-recursive
 };
 
-/// A usage error: qftp prints it with the usage text and exits 2.
+/// A usage error: qftp prints it with a pointer to --help and exits 2.
 struct UsageError {
   std::string message;
 };
 
-/// Parses argv (without the program name). env_password is QFTP_PASSWORD (or null).
-/// Throws UsageError.
+/// --help or --version: the text goes to stdout and qftp exits 0.
+struct EarlyExit {
+  std::string text;
+};
+
+/// Parses argv (without the program name). env_password is QFTP_PASSWORD (or null). URLs in
+/// remote arguments give host, port, user, password and security (ftps:// is implicit FTPS)
+/// and are replaced by their decoded paths. Throws UsageError or EarlyExit.
 Options ParseOptions(const std::vector<std::string>& argv, const char* env_password);
 
-/// The usage text.
-std::string UsageText();
+/// A size with an optional unit: "512", "10k", "1.5M", "1G" (k, M, G and KiB, MiB, GiB are
+/// powers of 1024); a plain number counts in `plain_unit` bytes. Throws UsageError.
+double ParseSize(const std::string& option, const std::string& text, double plain_unit);
 
 }  // namespace qftp

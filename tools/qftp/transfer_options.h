@@ -27,12 +27,6 @@ struct TransferOptions {
   bool ascii = false;
 };
 
-/// Reads the transfer option `name` (its value inline or as argv[i + 1], advancing i). False
-/// when name is not a transfer option. Throws UsageError for a bad value.
-bool ParseTransferOption(TransferOptions& options, const std::string& name,
-                         const std::vector<std::string>& argv, std::size_t& i, bool inline_value,
-                         const std::string& value);
-
 /// The component's ReplaceSetting for a --replace word (nothing for an unknown word).
 std::optional<std::int16_t> ReplaceCode(const std::string& word);
 
