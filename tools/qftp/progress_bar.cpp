@@ -1,5 +1,8 @@
 #include "progress_bar.h"
 
+#include <sys/ioctl.h>
+
+#include <algorithm>
 #include <cstdio>
 
 namespace qftp {
@@ -39,49 +42,67 @@ std::string BaseName(const std::string& path) {
 }  // namespace
 
 std::string ProgressLine(const ProgressFigures& f, std::size_t width) {
+  // The last column stays empty: writing there makes some terminals wrap the line.
+  const std::size_t room = width > 1 ? width - 1 : 0;
   const int percent = f.percent < 0 ? 0 : (f.percent > 100 ? 100 : f.percent);
-  constexpr int kBarWidth = 20;
-  const int filled = percent * kBarWidth / 100;
-  std::string line = "[" + std::to_string(f.index) + "/" + std::to_string(f.total) + "] [" +
-                     std::string(filled, '#') + std::string(kBarWidth - filled, '.') + "] " +
-                     std::to_string(percent) + "% " + Bytes(f.done) + "/" + Bytes(f.size) + " " +
-                     Bytes(f.speed) + "/s " + Duration(f.left) + " left";
-  std::string name = f.name;
-  if (line.size() + 1 < width) {
-    const std::size_t room = width - line.size() - 1;
-    if (name.size() > room) name = room > 3 ? "..." + name.substr(name.size() - (room - 3)) : "";
-    if (!name.empty()) line += " " + name;
-  } else {
-    line.resize(width);
+  const std::string figures = std::to_string(percent) + "% " + Bytes(f.done) + "/" + Bytes(f.size) +
+                              " " + Bytes(f.speed) + "/s " + Duration(f.left) + " left";
+  const std::string head = "[" + std::to_string(f.index) + "/" + std::to_string(f.total) + "] ";
+  // The bar takes what is left beside the figures, 10 to 30 columns; none on a narrow screen.
+  const std::size_t fixed = head.size() + figures.size() + 3;
+  const std::size_t bar_width = room >= fixed + 10 ? std::min<std::size_t>(30, room - fixed) : 0;
+  std::string line = head;
+  if (bar_width >= 10) {
+    const std::size_t filled = static_cast<std::size_t>(percent) * bar_width / 100;
+    line += "[" + std::string(filled, '#') + std::string(bar_width - filled, '.') + "] ";
   }
+  line += figures;
+  if (line.size() + 1 < room) {
+    std::string name = f.name;
+    const std::size_t left = room - line.size() - 1;
+    if (name.size() > left) name = left > 3 ? "..." + name.substr(name.size() - (left - 3)) : "";
+    if (!name.empty()) line += " " + name;
+  }
+  if (line.size() > room) line.resize(room);
   return line;
 }
 
 ProgressBar::ProgressBar(quorvi::FtpLibrary& ftp, std::FILE* out, bool totals)
     : ftp_(ftp), out_(out), totals_(totals) {
-  transfer_token_ = ftp_.OnTransfer().Subscribe([this] { Draw(); });
+  transfer_token_ = ftp_.OnTransfer().Subscribe([this] { Draw(false); });
   state_token_ = ftp_.OnStateChange().Subscribe([this] {
     const auto state = ftp_.FtpState();
-    if (state == quorvi::ftpDownloadCompleted || state == quorvi::ftpUploadCompleted) {
-      Draw();
-      EndLine();
-    }
+    if (state == quorvi::ftpDownloadCompleted || state == quorvi::ftpUploadCompleted) Draw(true);
   });
 }
 
 ProgressBar::~ProgressBar() {
   ftp_.OnTransfer().Unsubscribe(transfer_token_);
   ftp_.OnStateChange().Unsubscribe(state_token_);
-  EndLine();
+  if (open_) {
+    std::fputc('\n', out_);
+    std::fflush(out_);
+  }
 }
 
-void ProgressBar::Draw() {
+std::size_t ProgressBar::Width() const {
+  // Asked at every redraw, so a resized window (SIGWINCH) is followed at the next one.
+  winsize size{};
+  if (ioctl(fileno(out_), TIOCGWINSZ, &size) == 0 && size.ws_col > 0) return size.ws_col;
+  return 80;
+}
+
+void ProgressBar::Draw(bool final) {
   ProgressFigures f;
   f.index = ftp_.QueueIndex();
   f.total = ftp_.QueueTotal();
   f.speed = ftp_.Speed();
   f.left = ftp_.LeftTime();
   f.name = BaseName(ftp_.LocalPath());
+  // A file's line ends once; events after its end (the job's own completion) draw nothing
+  // until the next file starts.
+  const std::string file = std::to_string(f.index) + "|" + ftp_.LocalPath();
+  if (file == finished_) return;
   if (totals_ && ftp_.TotalFileSize() > 0) {
     f.percent = ftp_.TotalPercent();
     f.done = ftp_.TotalTransferSize();
@@ -91,16 +112,14 @@ void ProgressBar::Draw() {
     f.done = ftp_.TransferSize();
     f.size = ftp_.FileSize();
   }
-  std::fprintf(out_, "\r%s\033[K", ProgressLine(f, 100).c_str());
+  std::fprintf(out_, "\r%s\033[K", ProgressLine(f, Width()).c_str());
+  open_ = true;
+  if (final) {
+    std::fputc('\n', out_);
+    open_ = false;
+    finished_ = file;
+  }
   std::fflush(out_);
-  drawn_ = true;
-}
-
-void ProgressBar::EndLine() {
-  if (!drawn_) return;
-  std::fputc('\n', out_);
-  std::fflush(out_);
-  drawn_ = false;
 }
 
 }  // namespace qftp

@@ -9,7 +9,8 @@
 
 namespace qftp {
 
-/// The progress line for one set of figures (no line end, at most width characters).
+/// The progress line for one set of figures: no line end, shorter than width (the last column
+/// stays free); the bar shrinks and then goes, the name is shortened from the left.
 struct ProgressFigures {
   int index = 0, total = 0;
   int percent = 0;
@@ -22,20 +23,24 @@ std::string ProgressLine(const ProgressFigures& f, std::size_t width);
 
 class ProgressBar {
  public:
-  /// Draws on out (a terminal) from the component's events; with totals the job's figures.
+  /// Draws on out (a terminal) from the component's events, one line redrawn in place and
+  /// ended once per file; with totals the job's figures.
   ProgressBar(quorvi::FtpLibrary& ftp, std::FILE* out, bool totals);
   ~ProgressBar();
   ProgressBar(const ProgressBar&) = delete;
   ProgressBar& operator=(const ProgressBar&) = delete;
 
  private:
-  void Draw();
-  void EndLine();
+  /// Redraws the line; final ends it.
+  void Draw(bool final);
+  /// The terminal's columns now (80 when it cannot say).
+  std::size_t Width() const;
 
   quorvi::FtpLibrary& ftp_;
   std::FILE* out_;
   bool totals_;
-  bool drawn_ = false;
+  bool open_ = false;     ///< a line is drawn and not ended
+  std::string finished_;  ///< the file whose line was ended last
   quorvi::Event::Id transfer_token_ = 0, state_token_ = 0;
 };
 
