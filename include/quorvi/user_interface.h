@@ -45,6 +45,7 @@ class UserInterface {
     std::string ok_caption;      ///< "OK"
     std::string cancel_caption;  ///< "Cancel"
     std::string text;            ///< initial text box content, shown all selected
+    std::string extension;       ///< appended to the answer (".bin"), "" when none
   };
   /// Shows the modal replace confirmation and returns the pressed button. Headless: kCancel.
   virtual ReplaceButton ShowReplaceDialog(const ReplaceDialogView& view);

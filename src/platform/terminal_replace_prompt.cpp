@@ -59,8 +59,10 @@ std::string TerminalUserInterface::ShowRenameDialog(const RenameDialogView& view
   cancelled = true;
   if (!HasTerminal()) return UserInterface::ShowRenameDialog(view, cancelled);
   Print("\n== " + view.title + " ==\n");
-  const auto answer =
-      ReadLine(view.label + " [" + view.text + "] (\".\" = " + view.cancel_caption + "): ");
+  // The extension is kept: say so, or a user who types it gets it twice.
+  const std::string kept = view.extension.empty() ? "" : ", " + view.extension + " is added";
+  const auto answer = ReadLine(view.label + " [" + view.text + "] (\".\" = " +
+                               view.cancel_caption + kept + "): ");
   if (!answer || *answer == ".") return {};
   cancelled = false;
   return answer->empty() ? view.text : *answer;

@@ -1,6 +1,7 @@
 #include "platform/terminal_user_interface.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -11,6 +12,7 @@ namespace platform {
 namespace {
 
 constexpr std::size_t kMaxLine = 4096;  // a prompt answer longer than this is cut
+constexpr int kEnterGraceMs = 300;      // how long a key prompt waits for the Enter after a key
 
 // Puts the terminal into single-key mode without echo; restores it on destruction.
 class RawMode {
@@ -83,6 +85,15 @@ std::optional<char> TerminalUserInterface::ReadKey(const std::string& prompt) {
   RawMode raw(tty_.get());
   char c = 0;
   if (!ReadByte(tty_.get(), c)) return std::nullopt;
+  // Users often press Enter after the key: that Enter (arriving now or a moment later) and
+  // anything typed ahead belong to this prompt, not to the next one (the rename prompt took
+  // the Enter as "keep the proposed name").
+  if (c != '\n' && c != '\r') {
+    pollfd ready{tty_.get(), POLLIN, 0};
+    char next = 0;
+    if (::poll(&ready, 1, kEnterGraceMs) == 1 && (ready.revents & POLLIN) != 0) ReadByte(tty_.get(), next);
+  }
+  ::tcflush(tty_.get(), TCIFLUSH);
   Print("\n");
   return c;
 }

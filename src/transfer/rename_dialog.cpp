@@ -31,7 +31,8 @@ void frmReName::Show(UserInterface& ui, const MessageLookup& message,
     base.resize(dot);
   }
   l_strNewName.clear();
-  UserInterface::RenameDialogView view{message(27), message(15), message(31), message(32), base};
+  UserInterface::RenameDialogView view{message(27), message(15), message(31), message(32), base,
+                                       strExtendName};
   for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
     bool cancelled = false;
     const std::string answer = ui.ShowRenameDialog(view, cancelled);

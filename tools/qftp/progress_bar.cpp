@@ -99,10 +99,9 @@ void ProgressBar::Draw(bool final) {
   f.speed = ftp_.Speed();
   f.left = ftp_.LeftTime();
   f.name = BaseName(ftp_.LocalPath());
-  // A file's line ends once; events after its end (the job's own completion) draw nothing
-  // until the next file starts.
-  const std::string file = std::to_string(f.index) + "|" + ftp_.LocalPath();
-  if (file == finished_) return;
+  // A file's line ends once; events after its end (the job's own completion, which names the
+  // job's folder) draw nothing until the next file starts.
+  if (f.index == finished_) return;
   if (totals_ && ftp_.TotalFileSize() > 0) {
     f.percent = ftp_.TotalPercent();
     f.done = ftp_.TotalTransferSize();
@@ -117,7 +116,7 @@ void ProgressBar::Draw(bool final) {
   if (final) {
     std::fputc('\n', out_);
     open_ = false;
-    finished_ = file;
+    finished_ = f.index;
   }
   std::fflush(out_);
 }

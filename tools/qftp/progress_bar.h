@@ -40,7 +40,7 @@ class ProgressBar {
   std::FILE* out_;
   bool totals_;
   bool open_ = false;     ///< a line is drawn and not ended
-  std::string finished_;  ///< the file whose line was ended last
+  int finished_ = -1;     ///< the job index of the file whose line was ended last
   quorvi::Event::Id transfer_token_ = 0, state_token_ = 0;
 };
 
