@@ -12,8 +12,8 @@
 #include <thread>
 #include <vector>
 
-#include "script_runner.h"
 #include "test_helpers.h"
+#include "tmux_session.h"
 
 namespace quorvi::test {
 namespace {
@@ -22,44 +22,6 @@ namespace fs = std::filesystem;
 using std::chrono::milliseconds;
 
 QUORVI_SERVER_SUITE(QftpTerminal, ServerKind::Vsftpd);
-
-// One tmux server of its own (its own socket), with one window of the given size running a
-// shell command; stopped by the destructor.
-class Tmux {
- public:
-  Tmux(int columns, const std::string& command)
-      : socket_("quorvi-test-" + std::to_string(::getpid()) + "-" + std::to_string(columns)) {
-    Run({"new-session", "-d", "-s", "t", "-x", std::to_string(columns), "-y", "30",
-         command + "; echo QFTP-EXIT=$?; sleep 60"});
-  }
-  ~Tmux() { Run({"kill-server"}); }
-  Tmux(const Tmux&) = delete;
-  Tmux& operator=(const Tmux&) = delete;
-
-  std::string Screen() { return Run({"capture-pane", "-p", "-t", "t"}).out; }
-  void Keys(const std::vector<std::string>& keys) {
-    std::vector<std::string> args = {"send-keys", "-t", "t"};
-    args.insert(args.end(), keys.begin(), keys.end());
-    Run(args);
-  }
-  /// Waits (at most 30 s) until the screen shows text; returns the screen.
-  std::string WaitFor(const std::string& text) {
-    std::string screen;
-    for (int i = 0; i < 300; ++i) {
-      screen = Screen();
-      if (screen.find(text) != std::string::npos) break;
-      std::this_thread::sleep_for(milliseconds(100));
-    }
-    return screen;
-  }
-
- private:
-  ScriptResult Run(std::vector<std::string> args) {
-    args.insert(args.begin(), {"/usr/bin/tmux", "-L", socket_, "-f", "/dev/null"});
-    return RunScript(args, {}, milliseconds(10000));
-  }
-  std::string socket_;
-};
 
 std::vector<std::string> Lines(const std::string& text) {
   std::vector<std::string> lines;
