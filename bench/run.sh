@@ -75,7 +75,7 @@ for ((round = 1; round <= ROUNDS; round++)); do
     measure curl "download $size" "$bytes" curl -s -o "$work/out/f.bin" "$URL/$f"
     measure lftp "download $size" "$bytes" "${LFTP[@]}" "$LSET get $f -o $work/out/f.bin; quit" 127.0.0.1
     measure "qftp" "download $size" "$bytes" "$QFTP" "${QARGS[@]}" download "/$f" "$work/out/"
-    measure "qftp pause 0" "download $size" "$bytes" "$QFTP" "${QARGS[@]}" --pause-ms 0 download "/$f" "$work/out/"
+    measure "qftp pause 10" "download $size" "$bytes" "$QFTP" "${QARGS[@]}" --pause-ms 10 download "/$f" "$work/out/"
     # Every upload creates its file: the server never truncates the previous run's copy.
     measure curl "upload $size" "$bytes" curl -s -T "$work/up-$size.bin" "$URL/bench/up-$size.bin"
     rm -f "$root/bench/up-$size.bin"
@@ -83,10 +83,10 @@ for ((round = 1; round <= ROUNDS; round++)); do
     rm -f "$root/bench/up-$size.bin"
     measure "qftp" "upload $size" "$bytes" "$QFTP" "${QARGS[@]}" upload "$work/up-$size.bin" "/bench/"
     rm -f "$root/bench/up-$size.bin"
-    measure "qftp pause 0" "upload $size" "$bytes" "$QFTP" "${QARGS[@]}" --pause-ms 0 upload "$work/up-$size.bin" "/bench/"
+    measure "qftp pause 10" "upload $size" "$bytes" "$QFTP" "${QARGS[@]}" --pause-ms 10 upload "$work/up-$size.bin" "/bench/"
     rm -f "$root/bench/up-$size.bin"
     # A host's choice for links with a tiny round-trip time (docs/transfers.md, socket buffers).
-    measure "qftp pause 0 sndbuf 128K" "upload $size" "$bytes" "$QFTP" "${QARGS[@]}" --pause-ms 0 --sndbuf 131072 upload "$work/up-$size.bin" "/bench/"
+    measure "qftp sndbuf 128K" "upload $size" "$bytes" "$QFTP" "${QARGS[@]}" --sndbuf 128k upload "$work/up-$size.bin" "/bench/"
     rm -f "$root/bench/up-$size.bin"
   done
   tree_bytes=$((TREE_FILES * 4096))
@@ -96,7 +96,7 @@ for ((round = 1; round <= ROUNDS; round++)); do
   trees="$work/trees/$round"
   mkdir -p "$trees/lftp" "$trees/qftp"
   measure lftp "tree $TREE_FILES files" "$tree_bytes" "${LFTP[@]}" "$LSET mirror bench/tree $trees/lftp/tree; quit" 127.0.0.1
-  measure "qftp pause 0" "tree $TREE_FILES files" "$tree_bytes" "$QFTP" "${QARGS[@]}" --pause-ms 0 download /bench/tree/ "$trees/qftp/"
+  measure "qftp" "tree $TREE_FILES files" "$tree_bytes" "$QFTP" "${QARGS[@]}" download /bench/tree/ "$trees/qftp/"
 done
 
 python3 "$ROOT_DIR/bench/report.py" "$OUT" "${rows[@]}"
