@@ -1,7 +1,25 @@
 #!/usr/bin/env bash
 # The main job, run by `./run demo` with the build folder as $1: a sample folder tree goes up to
 # a throw-away vsftpd on a free loopback port and comes back byte for byte, through qftp.
+# `demo.sh --plan` prints only what the demo will do to the machine; `./run demo` shows it before
+# building and sets QUORVI_DEMO_PLAN_SHOWN so that it is not shown twice.
 set -euo pipefail
+
+plan() {
+    cat <<'EOF'
+What this demo does to the machine: it needs root, because the FTP server it talks to
+(vsftpd) runs as a throw-away local daemon on a free 127.0.0.1 port, only while the demo runs.
+The first time (when vsftpd or the user ftptest is missing) it runs tests/fixtures/install.sh,
+which apt-installs vsftpd, nginx, tinyproxy, python3-pyftpdlib, curl, lftp, openssl, perl,
+iproute2, procps and a few libraries, unpacks pure-ftpd and proftpd under /opt/ftpsrv, creates
+the users ftp and ftptest (password ftptest, shell nologin: no interactive login) and writes
+/etc/pam.d/vsftpd-ftptest. Installing starts no service; the demo stops its vsftpd at the end
+and removes its /tmp folder.
+EOF
+}
+if [ "${1:-}" = --plan ]; then plan; exit 0; fi
+[ -n "${QUORVI_DEMO_PLAN_SHOWN:-}" ] || plan
+
 BUILD=$(cd "${1:?build folder}" && pwd)
 HERE=$(cd "$(dirname "$0")/.." && pwd)
 FIXTURES=$HERE/tests/fixtures
