@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <utility>
 
 namespace quorvi {
 namespace platform {
@@ -70,7 +71,7 @@ std::optional<std::string> TerminalUserInterface::ReadLine(const std::string& pr
   std::string line;
   char c = 0;
   bool any = false;
-  while (line.size() < kMaxLine && ReadByte(tty_.get(), c)) {
+  while (line.size() < kMaxLine && NextByte(c)) {
     any = true;
     if (c == '\n') return line;
     if (c != '\r') line += c;
@@ -84,18 +85,28 @@ std::optional<char> TerminalUserInterface::ReadKey(const std::string& prompt) {
   Print(prompt);
   RawMode raw(tty_.get());
   char c = 0;
-  if (!ReadByte(tty_.get(), c)) return std::nullopt;
-  // Users often press Enter after the key: that Enter (arriving now or a moment later) and
-  // anything typed ahead belong to this prompt, not to the next one (the rename prompt took
-  // the Enter as "keep the proposed name").
-  if (c != '\n' && c != '\r') {
+  if (!NextByte(c)) return std::nullopt;
+  // Users often press Enter after the key: that Enter (arriving now or a moment later) belongs
+  // to this prompt, not to the next one (the rename prompt took it as "keep the proposed
+  // name"). Any other key typed ahead is kept for the next prompt.
+  if (c != '\n' && c != '\r' && !typed_ahead_) {
     pollfd ready{tty_.get(), POLLIN, 0};
     char next = 0;
-    if (::poll(&ready, 1, kEnterGraceMs) == 1 && (ready.revents & POLLIN) != 0) ReadByte(tty_.get(), next);
+    if (::poll(&ready, 1, kEnterGraceMs) == 1 && (ready.revents & POLLIN) != 0 &&
+        ReadByte(tty_.get(), next) && next != '\n' && next != '\r') {
+      typed_ahead_ = next;
+    }
   }
-  ::tcflush(tty_.get(), TCIFLUSH);
   Print("\n");
   return c;
+}
+
+bool TerminalUserInterface::NextByte(char& c) {
+  if (typed_ahead_) {
+    c = *std::exchange(typed_ahead_, std::nullopt);
+    return true;
+  }
+  return ReadByte(tty_.get(), c);
 }
 
 void TerminalUserInterface::MessageBox(const std::string& text, const std::string& title) {

@@ -51,7 +51,11 @@ class TerminalUserInterface : public UserInterface {
   std::optional<char> ReadKey(const std::string& prompt);
 
  private:
+  /// The next typed byte: one read ahead by a key prompt first, then the terminal.
+  bool NextByte(char& c);
+
   TtyHandle tty_;
+  std::optional<char> typed_ahead_;  ///< read while a key prompt waited for its Enter
 };
 
 }  // namespace quorvi::platform
