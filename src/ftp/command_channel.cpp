@@ -23,6 +23,11 @@ constexpr int kReconnectPauseMs = 1000;
 constexpr std::size_t kMaxReplyBytes = 1 << 20;
 // Replies handled per data notification; the rest wait for the next one.
 constexpr int kMaxRepliesPerArrival = 64;
+
+bool IsDataConnectionCommand(const std::string& command) {
+  return command == "EPSV" || command == "PASV" || command == "PORT" || command == "EPRT";
+}
+
 }  // namespace
 
 bool WaitWhile(Core& core, const std::function<bool()>& running, int limit_seconds,
@@ -74,6 +79,9 @@ bool FtpSession::SendFtpCommand(const std::string& command, const std::string& a
   const FtpOperations saved = core_.rt.operation;
   try {
     if (m_objControlSocket.State() != sckConnected) {
+      // A command of the new login itself (a feature probe the server drops the connection
+      // on) does not log in again: that would never end.
+      if (reconnecting) Fail(errors::kInterrupted);
       WriteLog("ReConnect SendFtpCommand=" + command);
       reconnecting = true;
       bool ok = ReConnect();
@@ -89,6 +97,9 @@ bool FtpSession::SendFtpCommand(const std::string& command, const std::string& a
       reconnecting = false;
       core_.rt.operation = saved;
       if (!ok) Fail(core_.ErrorNumber() != 0 ? core_.ErrorNumber() : errors::kReconnectFailed);
+      // The new login is in the server's default type: a data connection opened now would
+      // move a binary file as text. TYPE goes first; its 200 opens the data connection.
+      if (IsDataConnectionCommand(command) && !type_sent.empty()) return SendFtpCommand("TYPE", type_sent);
     }
 
     reply_buffer.clear();
@@ -107,6 +118,10 @@ bool FtpSession::SendFtpCommand(const std::string& command, const std::string& a
 
     // The component's own changes make any cached listing stale.
     if (ChangesServerFiles(line.command)) DataConnection::Of(core_).listing.cached.reset();
+    if (line.command == "TYPE") {
+      transfer_type.clear();
+      type_sent = argument;
+    }
     core_.SetState(StateForCommand(line.command, core_.rt.operation));
     if (line.sets_last_command) last_command = line.command;
     if (line.command == "LIST") WriteLog("CMD:" + line.line);

@@ -245,6 +245,27 @@ void DataConnection::SendPORTCommand() {
   }
 }
 
+bool DataConnection::BeginDataExchange(const std::string& type) {
+  FtpSession& session = FtpSession::Of(core_);
+  if (session.transfer_type != type || !session.Connected()) return session.SendFtpCommand("TYPE", type);
+  try {
+    OpenData();
+    return true;
+  } catch (const ComponentError& e) {
+    if (core_.rt.operation != opNone) core_.EndAsyncMethod();
+    RecordError("OpenData", e.number(), e.text());
+    return false;
+  }
+}
+
+void DataConnection::OpenData() {
+  if (core_.settings.passive_mode) {
+    SendPassiveCommand();
+  } else {
+    SendPORTCommand();
+  }
+}
+
 void DataConnection::SendPassiveCommand() {
   FtpSession& session = FtpSession::Of(core_);
   const bool pasv = session.epsv_refused && !session.m_objControlSocket.IsIPv6();

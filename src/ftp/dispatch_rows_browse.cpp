@@ -22,17 +22,17 @@ std::vector<DispatchRow> BrowseDispatchRows() {
       {opListDirectory, "TYPE", {550}, Handler("ListTypeRefused")},
       {opListDirectory, "TYPE", {}, Fail()},
       {opListDirectory, "PORT", {200}, Handler("Send LIST")},
-      {opListDirectory, "PORT", {257}, Ignore()},
+      {opListDirectory, "PORT", {226, 257}, Ignore()},
       {opListDirectory, "PORT", {}, Fail()},
       {opListDirectory, "PASV", {227}, Handler("Passive connect")},
-      {opListDirectory, "PASV", {200, 257}, Ignore()},
+      {opListDirectory, "PASV", {200, 226, 257}, Ignore()},
       {opListDirectory, "PASV", {}, Fail()},
       {opListDirectory, "EPSV", {229}, Handler("Passive connect")},
       {opListDirectory, "EPSV", {500, 501, 502, 522}, Handler("EPSV refused")},
-      {opListDirectory, "EPSV", {200, 257}, Ignore()},
+      {opListDirectory, "EPSV", {200, 226, 257}, Ignore()},
       {opListDirectory, "EPSV", {}, Fail()},
       {opListDirectory, "EPRT", {200}, Handler("Send LIST")},
-      {opListDirectory, "EPRT", {257}, Ignore()},
+      {opListDirectory, "EPRT", {226, 257}, Ignore()},
       {opListDirectory, "EPRT", {}, Fail()},
       {opListDirectory, "LIST", {125, 150, 200, 257}, Ignore()},
       {opListDirectory, "LIST", {226, 250}, Handler("ListDone")},
@@ -81,12 +81,10 @@ void DataConnection::RegisterDispatch(FtpSession& session) {
   Core& core = core_;
 
   d.RegisterArgument("SizePath", [this] { return size_path; });
-  d.RegisterHandler("Open data", [this, &session, &core](const DispatchContext&) {
-    if (core.settings.passive_mode) {
-      SendPassiveCommand();
-    } else {
-      SendPORTCommand();
-    }
+  // The 200 to TYPE: the session's type is now known.
+  d.RegisterHandler("Open data", [this, &session](const DispatchContext&) {
+    session.transfer_type = session.type_sent;
+    OpenData();
   });
   d.RegisterHandler("Passive connect",
                     [this](const DispatchContext& ctx) { OpenPassiveDataSocket(ctx.received); });

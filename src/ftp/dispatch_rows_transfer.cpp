@@ -2,7 +2,9 @@
 // EPSV (PASV) or PORT (EPRT), REST when resuming, then RETR or STOR. "Open data" and "Passive connect" belong
 // to the data connection; the others are the transfer engine's (download_engine_hooks.cpp).
 // "StartTransfer" opens the local file, then sends REST or the transfer command; in passive
-// mode the data connection runs the same step when its socket connects.
+// mode the data connection runs the same step when its socket connects. TYPE is sent only when
+// the session's type is not the one wanted; a late 226 of an earlier transfer (an active
+// listing completes at its data connection's close) is ignored wherever it lands.
 #include "ftp/dispatch_table.h"
 
 namespace quorvi::detail {
@@ -14,17 +16,17 @@ std::vector<DispatchRow> TransferDispatchRows() {
       {opDownload, "TYPE", {226, 257}, Ignore()},
       {opDownload, "TYPE", {}, Fail()},
       {opDownload, "PORT", {200}, Handler("StartTransfer")},
-      {opDownload, "PORT", {257}, Ignore()},
+      {opDownload, "PORT", {226, 257}, Ignore()},
       {opDownload, "PORT", {}, Fail()},
       {opDownload, "PASV", {227}, Handler("Passive connect")},
-      {opDownload, "PASV", {200, 257}, Ignore()},
+      {opDownload, "PASV", {200, 226, 257}, Ignore()},
       {opDownload, "PASV", {}, Fail()},
       {opDownload, "EPSV", {229}, Handler("Passive connect")},
       {opDownload, "EPSV", {500, 501, 502, 522}, Handler("EPSV refused")},
-      {opDownload, "EPSV", {200, 257}, Ignore()},
+      {opDownload, "EPSV", {200, 226, 257}, Ignore()},
       {opDownload, "EPSV", {}, Fail()},
       {opDownload, "EPRT", {200}, Handler("StartTransfer")},
-      {opDownload, "EPRT", {257}, Ignore()},
+      {opDownload, "EPRT", {226, 257}, Ignore()},
       {opDownload, "EPRT", {}, Fail()},
       {opDownload, "REST", {350}, Send("RETR", "RemotePath")},
       {opDownload, "REST", {200, 257}, Ignore()},
@@ -39,19 +41,19 @@ std::vector<DispatchRow> TransferDispatchRows() {
       {opUpload, "TYPE", {550}, Logged("UpLoadOne Type 550--", Ignore())},
       {opUpload, "TYPE", {}, Fail()},
       {opUpload, "PORT", {200}, Handler("StartTransfer")},
-      {opUpload, "PORT", {257}, Ignore()},
+      {opUpload, "PORT", {226, 257}, Ignore()},
       {opUpload, "PORT", {}, Fail()},
       {opUpload, "PASV", {227}, Handler("Passive connect")},
       {opUpload, "PASV", {200}, Send("PASV")},
-      {opUpload, "PASV", {257}, Ignore()},
+      {opUpload, "PASV", {226, 257}, Ignore()},
       {opUpload, "PASV", {}, Fail()},
       {opUpload, "EPSV", {229}, Handler("Passive connect")},
       {opUpload, "EPSV", {500, 501, 502, 522}, Handler("EPSV refused")},
       {opUpload, "EPSV", {200}, Send("EPSV")},
-      {opUpload, "EPSV", {257}, Ignore()},
+      {opUpload, "EPSV", {226, 257}, Ignore()},
       {opUpload, "EPSV", {}, Fail()},
       {opUpload, "EPRT", {200}, Handler("StartTransfer")},
-      {opUpload, "EPRT", {257}, Ignore()},
+      {opUpload, "EPRT", {226, 257}, Ignore()},
       {opUpload, "EPRT", {}, Fail()},
       {opUpload, "REST", {350}, Send("STOR", "RemotePath")},
       {opUpload, "REST", {200, 257}, Ignore()},

@@ -129,7 +129,7 @@ std::optional<CFtpFiles> RunListing(Core& core, const ListingPlan& plan, Restore
   listing.buffer.Clear();
 
   core.BeginAsyncMethod(opListDirectory);
-  if (!session.SendFtpCommand("TYPE", data.GetTransferType())) {
+  if (!data.BeginDataExchange(data.GetTransferType())) {
     if (core.rt.operation == opListDirectory) core.EndAsyncMethod();
     return std::nullopt;
   }

@@ -72,6 +72,9 @@ bool FtpSession::ConnectSteps() {
   m_objControlSocket.m_lngEventErrorNumber = 0;
   if (Connected()) return true;
 
+  // A command of the login's own probes found the connection closed: logging in again from
+  // there would repeat the probe, and the close, for ever.
+  if (finishing_login_) Fail(errors::kInterrupted);
   core_.error().Clear();
   Settings& settings = core_.settings;
   // A ":" is a port given with the host, which RemotePort is for; IPv6 addresses are the
@@ -88,6 +91,7 @@ bool FtpSession::ConnectSteps() {
 
   core_.SetState(ftpConnecting);
   last_command.clear();
+  transfer_type.clear();  // a new login starts in the server's default type
   reply_buffer.clear();
   pending_reply_.clear();
   keep_alive_pending_ = 0;
@@ -155,8 +159,16 @@ void FtpSession::FinishLogin() {
     settings.list_dir_with_asterisk = true;
     WriteLog("ListDirWithAsterisk");
   }
-  ProbeFeatures();
-  path_prefix = GetCurrentDirectory();
+  {
+    finishing_login_ = true;
+    struct Reset {
+      bool& flag;
+      ~Reset() { flag = false; }
+    } reset{finishing_login_};
+    ProbeFeatures();
+    path_prefix = GetCurrentDirectory();
+  }
+  if (m_objControlSocket.State() != sckConnected) Fail(errors::kInterrupted);  // closed by a probe
 
   std::ostringstream line;
   line << "CMD.LST:" << core_.rt.list_command << ";KAL:" << settings.keep_alive_command

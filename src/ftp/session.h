@@ -109,6 +109,11 @@ class FtpSession : private DispatchTarget {
   std::string rest_refusal;
   /// The server refused EPSV (500, 501, 502, 522): an IPv4 session uses PASV from then on.
   bool epsv_refused = false;
+  /// The representation type the server confirmed ("A", "I"; "" unknown): a transfer or listing
+  /// of that type skips TYPE. Sending TYPE clears it until the server's 200.
+  std::string transfer_type;
+  /// The argument of the last TYPE sent.
+  std::string type_sent;
   /// Set when MKD was refused with an "already exists" text: CreateDirectory must then see the
   /// folder before it reports success (the same texts also come for a missing parent or a file).
   std::optional<std::string> mkd_existing_reply;
@@ -174,6 +179,7 @@ class FtpSession : private DispatchTarget {
   int keep_alive_pending_ = 0;              ///< keep-alive commands not answered yet
   std::string pending_reply_;               ///< text received since the last complete reply
   bool closed_by_us_ = false;               ///< the control socket's close was ours
+  bool finishing_login_ = false;            ///< FinishLogin runs (its probes must not log in)
   platform::EventPump::TimerId keep_alive_timer_ = 0, timeout_timer_ = 0, on_top_timer_ = 0;
 };
 
