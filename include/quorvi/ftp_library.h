@@ -266,6 +266,14 @@ class FtpLibrary {
   /// whatever AppendTransferList queued meanwhile. CreateFolder: create a missing remote folder
   /// of a file item.
   bool UpLoad(bool CreateFolder = true);
+  /// Downloads one file by its exact remote path to an exact local file path: nothing in
+  /// either is read as a list or a pattern ("a?b|c.txt" is that name), so a name taken from
+  /// GetFtpDirectoryInfo can always be fetched. Sets RemotePath and LocalPath; the replace
+  /// policy, retries and results are DownLoad's.
+  bool DownLoadFile(const std::string& RemoteFile, const std::string& LocalFile);
+  /// Uploads one local file by its exact path to an exact remote file path (no lists, no
+  /// patterns); otherwise as UpLoad.
+  bool UpLoadFile(const std::string& LocalFile, const std::string& RemoteFile);
 
   // ---- Listings, remote queries and remote directories ---------------------------------------
   /// True when the remote file exists (a directory of that name does not count).

@@ -37,6 +37,26 @@ constexpr int kMaxTreeDepth = 64;
 }  // namespace
 
 bool DownloadEngine::DownLoad(bool create_folder) {
+  // The host's "|" lists are read here, once; everything below passes typed paths.
+  return Run(create_folder, [this] {
+    return Pair(SplitList(settings().remote_path), SplitList(settings().local_path));
+  });
+}
+
+bool DownloadEngine::DownLoadFile(const std::string& remote, const std::string& local) {
+  Settings& s = settings();
+  s.remote_path = remote;
+  s.local_path = local;
+  return Run(true, [&] {
+    Job job;
+    CheckFileType(FormatFTPPath(remote), s.file_type_allow, s.file_type_forbid, "DownLoadFile");
+    job.remote_files.push_back(FormatFTPPath(remote));
+    job.local_files.push_back(FormatLocalPath(local));
+    return job;
+  });
+}
+
+bool DownloadEngine::Run(bool create_folder, const std::function<Job()>& make_job) {
   Settings& s = settings();
   try {
     if (s.remote_path.empty()) Fail(errors::kNoRemotePath, GetErrorText(errors::kNoRemotePath), "DownLoad");
@@ -51,8 +71,7 @@ bool DownloadEngine::DownLoad(bool create_folder) {
     WriteLog("Download.LocalPath=" + s.local_path);
     WriteLog("Download.RemotePath=" + s.remote_path);
 
-    // The host's "|" lists are read here, once; everything below passes typed paths.
-    const Job job = Pair(SplitList(s.remote_path), SplitList(s.local_path));
+    const Job job = make_job();
     StartJob();
     bool ok = false, folder_job_failed = false;
     if (!job.remote_folders.empty()) {
@@ -403,7 +422,7 @@ bool DownloadEngine::Receive() {
   p.file_end.reset();
   p.speed_start_tick = p.last_event_tick = p.last_data_tick = clock.tick();
   core_.BeginAsyncMethod(opDownload);
-  session_.SendFtpCommand("TYPE", s.transfer_mode == FTP_ASCII_MODE ? "A" : "I");
+  DataConnection::Of(core_).BeginDataExchange(s.transfer_mode == FTP_ASCII_MODE ? "A" : "I");
   WriteLog("Download.FileSize=" + NumberText(engine_.remote_size));
 
   const bool moved = WaitWhileMoving(opDownload, [&] {

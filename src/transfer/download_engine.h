@@ -18,6 +18,8 @@ class DownloadEngine : private EngineBase {
 
   /// The public DownLoad: RemotePath/LocalPath path lists; failures reported as "DownLoad".
   bool DownLoad(bool create_folder);
+  /// The public DownLoadFile: one file by its exact path (no lists, no patterns).
+  bool DownLoadFile(const std::string& remote, const std::string& local);
 
  private:
   /// The host's items, read from its "|" lists: folder items (folders, patterns) with their
@@ -26,6 +28,8 @@ class DownloadEngine : private EngineBase {
     std::vector<std::string> remote_folders, local_folders, remote_files, local_files;
   };
   Job Pair(const std::vector<std::string>& remote, const std::vector<std::string>& local);
+  /// Connects, runs the job make_job builds (folder job, then file job), reports failures.
+  bool Run(bool create_folder, const std::function<Job()>& make_job);
   void StartJob();
   void CloseJob();
   /// One step of the job inside the engine's error boundary (reported as "DownLoadAll").

@@ -27,4 +27,22 @@ bool FtpLibrary::UpLoad(bool CreateFolder) {
   });
 }
 
+bool FtpLibrary::DownLoadFile(const std::string& RemoteFile, const std::string& LocalFile) {
+  detail::HostCall call(*core_);
+  if (call.Refused("DownLoadFile")) return false;
+  return Guarded(*core_, "DownLoadFile", false, [&] {
+    core_->ClearLastError();
+    return detail::DownloadEngine(*core_).DownLoadFile(RemoteFile, LocalFile);
+  });
+}
+
+bool FtpLibrary::UpLoadFile(const std::string& LocalFile, const std::string& RemoteFile) {
+  detail::HostCall call(*core_);
+  if (call.Refused("UpLoadFile")) return false;
+  return Guarded(*core_, "UpLoadFile", false, [&] {
+    core_->ClearLastError();
+    return detail::UploadEngine(*core_).UpLoadFile(LocalFile, RemoteFile);
+  });
+}
+
 }  // namespace quorvi

@@ -5,6 +5,7 @@
 #include "ftp/ftp_text.h"
 #include "ftp/remote_directory_ops.h"
 #include "ftp/remote_queries.h"
+#include "ftp/data_connection.h"
 #include "ftp/session.h"
 #include "local/cfile.h"
 #include "local/folder_walker.h"
@@ -52,6 +53,28 @@ double GetTotalSizeLocal(FolderTotals& totals, const std::vector<std::string>& f
 }
 
 bool UploadEngine::UpLoad(bool create_folder) {
+  // The host's "|" lists are read here, once; everything below passes typed paths.
+  return Run(create_folder, [this] {
+    return Pair(SplitList(settings().local_path), SplitList(settings().remote_path));
+  });
+}
+
+bool UploadEngine::UpLoadFile(const std::string& local, const std::string& remote) {
+  Settings& s = settings();
+  s.local_path = local;
+  s.remote_path = remote;
+  return Run(true, [&] {
+    Job job;
+    const std::string l = FormatLocalPath(local);
+    CheckFileType(l, s.file_type_allow, s.file_type_forbid, "UpLoadFile");
+    if (!core_.transfer.lists.queue_pass) core_.transfer.lists.queue_total += 1;
+    job.local_files.push_back(l);
+    job.remote_files.push_back(FormatFTPPath(remote));
+    return job;
+  });
+}
+
+bool UploadEngine::Run(bool create_folder, const std::function<Job()>& make_job) {
   Settings& s = settings();
   try {
     if (!session_.Connect()) return false;
@@ -68,8 +91,7 @@ bool UploadEngine::UpLoad(bool create_folder) {
     WriteLog("Upload.LocalPath=" + s.local_path);
     WriteLog("Upload.RemotePath=" + s.remote_path);
 
-    // The host's "|" lists are read here, once; everything below passes typed paths.
-    const Job job = Pair(SplitList(s.local_path), SplitList(s.remote_path));
+    const Job job = make_job();
     Progress& p = core_.transfer.progress;
     if (s.show_total_percent) {
       p.total_percent = 0;
@@ -451,7 +473,7 @@ bool UploadEngine::Send() {
   p.speed_start_tick = 0;
   p.chunk_size = kSegmentSize;
   core_.BeginAsyncMethod(opUpload);
-  session_.SendFtpCommand("TYPE", s.transfer_mode == FTP_ASCII_MODE ? "A" : "I");
+  DataConnection::Of(core_).BeginDataExchange(s.transfer_mode == FTP_ASCII_MODE ? "A" : "I");
   WriteLog("Upload.FileSize=" + NumberText(engine_.local_size));
 
   if (WaitWhileMoving(opUpload, [&] { return core_.rt.transfer_size >= engine_.local_size; })) {

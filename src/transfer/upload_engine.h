@@ -19,6 +19,8 @@ class UploadEngine : private EngineBase {
 
   /// The public UpLoad: LocalPath/RemotePath path lists; failures reported as "UpLoad".
   bool UpLoad(bool create_folder);
+  /// The public UpLoadFile: one file by its exact paths (no lists, no patterns).
+  bool UpLoadFile(const std::string& local, const std::string& remote);
 
  private:
   /// The host's items, read from its "|" lists: folder items (folders, patterns) with their
@@ -27,6 +29,9 @@ class UploadEngine : private EngineBase {
     std::vector<std::string> local_folders, remote_folders, local_files, remote_files;
   };
   Job Pair(const std::vector<std::string>& local, const std::vector<std::string>& remote);
+  /// Connects, runs the job make_job builds (folder job, file job, queue pass), reports
+  /// failures as "UpLoad".
+  bool Run(bool create_folder, const std::function<Job()>& make_job);
   void StartJob();
   bool RunJob(const Job& job, bool create_folder);
   bool QueuePass(const std::string& job_remote);

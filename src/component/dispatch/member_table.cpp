@@ -259,6 +259,8 @@ std::vector<MemberRow> BuildRows() {
       // Transfers
       QV_M(DownLoad, {"CreateFolder", true}),
       QV_M(UpLoad, {"CreateFolder", true}),
+      QV_M(DownLoadFile, {"RemoteFile"}, {"LocalFile"}),
+      QV_M(UpLoadFile, {"LocalFile"}, {"RemoteFile"}),
       // Listings, remote queries and remote directories
       QV_M(ExistFile, {"FileName"}),
       QV_M(GetFtpFileSize, {"FilePath"}),
