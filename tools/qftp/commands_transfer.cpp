@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <memory>
 
+#include "parallel.h"
 #include "progress_bar.h"
 
 namespace qftp {
@@ -34,6 +35,7 @@ std::string Size(double bytes) {
 // Runs one transfer with the options applied, the progress bar on a terminal and the
 // summary line at the end.
 bool Run(quorvi::FtpLibrary& ftp, const Options& o, bool download) {
+  if (o.parallel > 1) return RunParallel(ftp, o, download);
   const bool terminal = isatty(STDERR_FILENO) != 0;
   const auto refusal = ApplyTransferOptions(ftp, o.transfer, terminal && isatty(STDIN_FILENO) != 0);
   const std::string cwd = std::filesystem::current_path().string();

@@ -103,6 +103,9 @@ void AddTransferOptions(CLI::App& app, TransferOptions& t, RawValues& raw, Optio
   app.add_flag("--total", t.total, "progress of the whole job instead of each file")->group(g);
   app.add_option("--status-dir", t.status_dir, "folder of the resume status files")->group(g);
   app.add_flag("--ascii", t.ascii, "ASCII transfer mode")->group(g);
+  app.add_option("--parallel", o.parallel, "sessions at once for trees and lists (1..16)")
+      ->check(CLI::Range(1, 16))
+      ->group(g);
   auto* out = "output";
   app.add_flag("-q,--quiet", o.quiet, "no progress display")->group(out);
   app.add_flag("-v,--verbose", o.verbose, "print every server message and state change")->group(out);

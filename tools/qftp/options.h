@@ -38,6 +38,7 @@ struct Options {
   bool clear_data = false;   ///< --clear-data: PROT C
   // transfer (download, upload)
   TransferOptions transfer;
+  int parallel = 1;  ///< sessions at once for download and upload
   // output
   bool quiet = false;
   bool verbose = false;
