@@ -98,7 +98,7 @@ def parse_class(path, class_name):
         statement += " " + stripped
         if not (statement.rstrip().endswith(";") or statement.rstrip().endswith("}")):
             continue
-        m = re.match(r"\s*(.*?)\b(\w+)\s*\((.*)\)\s*(const)?\s*(;|\{.*\})", statement)
+        m = re.match(r"\s*(.*?)\b(\w+)\s*\((.*)\)\s*(const)?\s*(?:noexcept)?\s*(;|\{.*\})", statement)
         statement = ""
         if m and doc is not None:
             params = []

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -27,13 +28,21 @@ class Event {
   void Clear() { subscribers_.clear(); }
   /// Number of subscribed handlers.
   std::size_t Count() const { return subscribers_.size(); }
-  /// Calls every handler in subscription order. An exception thrown by a handler is
-  /// swallowed so that it cannot unwind through the component; the other handlers still run.
+  /// Calls every handler in subscription order. An exception thrown by a handler never
+  /// unwinds through the component: it goes to the failure reporter and the other handlers
+  /// still run.
   void Raise() const;
+  /// Where a throwing handler's exception is reported, with its what() text ("unknown
+  /// exception" for one that is not a std::exception). The component sets this for its own
+  /// events: it logs the failure and reports it through ErrorNumber/ErrorInfo.
+  void SetFailureReporter(std::function<void(const std::string&)> reporter) {
+    reporter_ = std::move(reporter);
+  }
 
  private:
   std::vector<std::pair<Id, Handler>> subscribers_;
   Id last_id_ = 0;
+  std::function<void(const std::string&)> reporter_;
 };
 
 }  // namespace quorvi

@@ -51,6 +51,20 @@ class FtpLibrary {
   /// host's own loop keeps running (pass an empty function to remove it). Shared by all
   /// components of the thread.
   void SetHostHook(std::function<void()> hook);
+  /// For a host that owns the thread's loop (GLib, Qt, Asio, libuv): a descriptor that is
+  /// readable while the thread's components have work (socket readiness, a queued notification,
+  /// a due timer). Watch it for reading and call ProcessPending when it is; -1 when the system
+  /// refused one. Owned by the component's thread: never close it.
+  int HostLoopFd();
+  /// Milliseconds until ProcessPending is due although HostLoopFd stays quiet (0: now, -1: no
+  /// timer runs). A host that cannot watch a descriptor may poll with this time-out instead.
+  std::int32_t HostLoopTimeout();
+  /// Runs what is pending for the thread's components (socket notifications, keep-alive and
+  /// other timers) and returns without waiting. Does nothing when called from the host hook.
+  void ProcessPending();
+  /// Thread-safe: asks the method that is waiting on the component's thread to stop as Abort
+  /// does (it ends with 16010). A request made while no method waits is dropped.
+  void RequestAbort() noexcept;
 
   // ---- Connection settings ------------------------------------------------------------------
   /// Server host name or address; writing strips "ftp:", "http:", "https:", slashes and a ":21"
@@ -134,7 +148,8 @@ class FtpLibrary {
   /// Data connection send buffer, bytes (at least 32); also sets MaxChunkSize.
   std::int32_t Sndbuf() const;
   void Sndbuf(std::int32_t value);
-  /// Speed limit in KiB/s (0 = none); also sizes the socket buffers.
+  /// Speed limit in KiB/s; also sizes the socket buffers. 0 (or less) takes the limit away and
+  /// gives the buffers back their defaults.
   void MaxSpeed(std::int32_t value);
   /// Keep-alive command (stored upper case).
   void KeepAliveCommand(const std::string& value);

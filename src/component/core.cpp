@@ -26,7 +26,22 @@ void RunHooks(const Hooks& hooks, Args... args) {
 
 }  // namespace
 
-Core::Core() : ui(MakeHeadlessUserInterface()) {}
+Core::Core() : ui(MakeHeadlessUserInterface()) {
+  const std::pair<Event*, const char*> events[] = {{&on_transfer, "OnTransfer"},
+                                                   {&on_server_message, "OnServerMessage"},
+                                                   {&on_state_change, "OnStateChange"},
+                                                   {&on_error, "OnError"}};
+  for (const auto& [event, name] : events) {
+    event->SetFailureReporter(
+        [this, name](const std::string& what) { ReportHandlerFailure(name, what); });
+  }
+}
+
+void Core::ReportHandlerFailure(const char* event, const std::string& what) {
+  rt.handler_failure = std::string(event) + ": " + what;
+  WriteLog("FtpLibrary." + std::string(event) + "|" + GetErrorText(errors::kHandlerFailed) + " " +
+           rt.handler_failure + "(16012)");
+}
 
 Core::~Core() { RunHooks(shutdown_hooks); }
 
@@ -87,12 +102,16 @@ bool Core::RefuseWhileBusy(const std::string& procedure) noexcept {
 }
 
 std::int32_t Core::HostErrorNumber() const {
-  return rt.nested_refusal && rt.host_calls > 0 ? errors::kUnfinished : ErrorNumber();
+  if (rt.nested_refusal && rt.host_calls > 0) return errors::kUnfinished;
+  const std::int32_t own = ErrorNumber();
+  return own == 0 && !rt.handler_failure.empty() ? errors::kHandlerFailed : own;
 }
 
 std::string Core::HostErrorInfo() const {
-  return rt.nested_refusal && rt.host_calls > 0 ? GetErrorText(errors::kUnfinished)
-                                                      : ErrorInfo();
+  if (rt.nested_refusal && rt.host_calls > 0) return GetErrorText(errors::kUnfinished);
+  if (ErrorNumber() == 0 && !rt.handler_failure.empty())
+    return GetErrorText(errors::kHandlerFailed) + " " + rt.handler_failure;
+  return ErrorInfo();
 }
 
 void Core::ClearLastError() {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -29,6 +30,10 @@ class HttpDownloader;
 
 /// Settings written by the host (the property storage; rules live in the property code).
 struct Settings {
+  /// Data-connection buffer sizes a connection gets when the host set none.
+  static constexpr std::int32_t kDefaultRcvbuf = 1027840;
+  static constexpr std::int32_t kDefaultSndbuf = 14600;
+
   std::string server_name;
   std::string user_name;
   std::string password;
@@ -98,6 +103,9 @@ struct Runtime {
   /// running operation itself never sees it.
   bool nested_refusal = false;
   int host_calls = 0;  ///< host calls of the component's methods under way (nested: above 1)
+  /// The text of the last exception a host's event handler threw since the last public method
+  /// began; read as error 16012 while the component has no error of its own.
+  std::string handler_failure;
 };
 
 class Core {
@@ -137,6 +145,9 @@ class Core {
   std::vector<std::function<void()>> shutdown_hooks;
   /// The control socket's "connected" check; Connected() is also false while it says so.
   std::function<bool()> control_socket_connected;
+  /// Set by RequestAbort on any thread; the pump's wake handler acts on it on this one.
+  std::atomic<bool> abort_requested{false};
+  platform::EventPump::WakeHandlerId abort_wake = 0;
 
   platform::EventPump& pump() { return *shared->pump; }
   CError& error() { return *error_object; }
@@ -168,6 +179,9 @@ class Core {
                    bool show = false);
   /// Clears the last-error fields at the start of a public method.
   void ClearLastError();
+  /// Logs an exception thrown by the host's handler of the named event and keeps it for
+  /// HostErrorNumber/HostErrorInfo. The running operation goes on: its data is not at stake.
+  void ReportHandlerFailure(const char* event, const std::string& what);
   /// ErrorNumber as the host reads it (20061 reads 10061).
   std::int32_t ErrorNumber() const;
   /// ErrorInfo as the host reads it.
@@ -190,6 +204,8 @@ void Guarded(Core& core, const char* procedure, Body&& body) noexcept;
 class HostCall {
  public:
   explicit HostCall(Core& core) noexcept : core_(core), nested_(core.rt.host_calls > 0) {
+    // A handler's failure is reported until the host's next call begins.
+    if (!nested_) core_.rt.handler_failure.clear();
     ++core_.rt.host_calls;
   }
   ~HostCall() {

@@ -36,6 +36,7 @@ inline constexpr std::int32_t kReconnectFailed = 16008;
 inline constexpr std::int32_t kUnfinished = 16009;
 inline constexpr std::int32_t kCanceled = 16010;
 inline constexpr std::int32_t kInterrupted = 16011;  ///< the server closed instead of replying
+inline constexpr std::int32_t kHandlerFailed = 16012;  ///< a host's event handler threw
 
 /// A negative FTP reply ended an operation.
 constexpr std::int32_t ReplyError(int reply_code) { return 16000 + reply_code; }

@@ -223,6 +223,17 @@ void FtpLibrary::Sndbuf(std::int32_t value) {
 }
 
 void FtpLibrary::MaxSpeed(std::int32_t value) {
+  if (value <= 0) {
+    // No limit: buffers of the smallest size would pace a transfer to a few KB/s, so they go
+    // back to what a connection gets when nobody sized them.
+    auto& s = core_->settings;
+    s.max_speed = 0;
+    s.rcvbuf = detail::Settings::kDefaultRcvbuf;
+    s.sndbuf = detail::Settings::kDefaultSndbuf;
+    s.sndbuf_set = false;
+    s.max_chunk_size = detail::Settings{}.max_chunk_size;
+    return;
+  }
   // The byte rate, then buffers sized for about 80 sends per second with a 5 % margin.
   const double bytes = static_cast<double>(value) * 1024;
   core_->settings.max_speed = ClampToInt32(bytes);

@@ -16,7 +16,7 @@ struct ReplyRow {
   std::string_view literal;
 };
 
-constexpr std::array<ReplyRow, 28> kReplyRows = {{
+constexpr std::array<ReplyRow, 29> kReplyRows = {{
     {16001, -1, "Failed to get current working directory"},
     {16002, -1, "Unknowed file list type."},
     {16006, 4, {}},
@@ -25,6 +25,7 @@ constexpr std::array<ReplyRow, 28> kReplyRows = {{
     {16009, 6, {}},
     {16010, 7, {}},
     {16011, -1, "Connection is interrupted"},
+    {16012, -1, "An event handler failed:"},
     {16120, -1, "Service ready in nnn minutes."},
     {16332, -1, "Need account for login."},
     {16350, -1, "Requested file action pending further information."},

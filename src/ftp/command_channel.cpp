@@ -174,6 +174,9 @@ void FtpSession::OnControlDataArrival() {
     if (!reply) return;
     HandleReply(*reply);
   }
+  // Idle, replies are taken as they come: a host whose own loop runs the component between
+  // calls sees a keep-alive's reply, or the server's notice that it ends the session, at once.
+  if (core_.rt.operation == opNone) TakeIdleReplies();
 }
 
 bool FtpSession::TakeKeepAliveReply(const CompleteReply& reply) {
@@ -196,11 +199,18 @@ void FtpSession::HandleReply(const CompleteReply& reply) {
   dispatcher.Dispatch(*this, reply.code, received);
 }
 
-void FtpSession::DrainLateReplies() {
+void FtpSession::TakeIdleReplies() {
   while (auto reply = TakeCompleteReply(pending_reply_)) {
     if (TakeKeepAliveReply(*reply)) continue;
-    WriteLog("Late reply dropped: " + TrimReceived(reply->text));
+    const std::string text = TrimReceived(reply->text);
+    // A server that ends an idle session says why before it closes; the host should see that.
+    if (reply->code == 421) core_.ReportMessage(ReplyMessageText(text), ReplyMessageType(reply->code));
+    WriteLog("Late reply dropped: " + text);
   }
+}
+
+void FtpSession::DrainLateReplies() {
+  TakeIdleReplies();
   pending_reply_.clear();
 }
 

@@ -18,8 +18,8 @@ namespace quorvi::detail {
 namespace {
 constexpr int kInvalidHostMessage = 46;
 constexpr std::int32_t kControlBuffer = 102400;
-constexpr std::int32_t kDefaultRcvbuf = 1027840;
-constexpr std::int32_t kDefaultSndbuf = 14600;
+constexpr std::int32_t kDefaultRcvbuf = Settings::kDefaultRcvbuf;
+constexpr std::int32_t kDefaultSndbuf = Settings::kDefaultSndbuf;
 constexpr const char* kMlstProbe = "MLST QRTCMDTST.TMP";
 }  // namespace
 

@@ -157,8 +157,10 @@ class FtpSession : private DispatchTarget {
   void HandleReply(const CompleteReply& reply);
   /// Consumes the reply of an outstanding keep-alive; false when the reply is another's.
   bool TakeKeepAliveReply(const CompleteReply& reply);
-  /// Before a command goes out: replies still held answer earlier commands and are dropped
-  /// (a keep-alive's is counted as such).
+  /// Takes the complete replies that came while no operation runs: a keep-alive's is reported
+  /// as such, a 421 is reported, anything else answers an earlier command and is dropped.
+  void TakeIdleReplies();
+  /// Before a command goes out: TakeIdleReplies, then any incomplete rest is dropped too.
   void DrainLateReplies();
   void CreateTimers();
   void StartTimers();

@@ -22,8 +22,8 @@ namespace quorvi::detail {
 
 namespace {
 // The default socket buffers a connection gets while the host has set none.
-constexpr std::int32_t kDefaultRcvbuf = 1027840;
-constexpr std::int32_t kDefaultSndbuf = 14600;
+constexpr std::int32_t kDefaultRcvbuf = Settings::kDefaultRcvbuf;
+constexpr std::int32_t kDefaultSndbuf = Settings::kDefaultSndbuf;
 // A rename that keeps finding taken names gives up after this many tries.
 constexpr int kMaxRenameDepth = 1000;
 constexpr int kCloseTurns = 11;

@@ -117,8 +117,10 @@ void SocketSupport::Dispatch(const platform::Notification& n) {
   if (reg == nullptr) return;
   --reg->outstanding;
   // The pause paces notifications to one per pause: the time spent handling this one (a 1 MB
-  // receive written to disk takes about a millisecond) counts towards it.
-  const auto pause_ends = platform::EventPump::Clock::now() + std::chrono::milliseconds(pause_ms_);
+  // receive written to disk takes about a millisecond) counts towards it. A pass the host's
+  // own loop asked for never pauses: between two host calls nothing may block that loop.
+  const auto pause = std::chrono::milliseconds(pump_->InHostPass() ? 0 : pause_ms_);
+  const auto pause_ends = platform::EventPump::Clock::now() + pause;
   int error = n.error;
   // Connect-phase rule: a connection that closes (or fails) right after it became writable,
   // before the server said anything, counts as "no response from server". It is applied

@@ -1,7 +1,13 @@
 #include "platform/event_pump.h"
 
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <sys/timerfd.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <thread>
 
 namespace quorvi::platform {
@@ -21,26 +27,151 @@ std::shared_ptr<EventPump> EventPump::ForThisThread() {
 
 EventPump* EventPump::Current() { return this_thread_pump.lock().get(); }
 
+EventPump::EventPump() : wake_fd_(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {}
+
+EventPump::~EventPump() {
+  for (int fd : {wake_fd_, host_fd_, host_timer_fd_}) {
+    if (fd >= 0) ::close(fd);
+  }
+}
+
+void EventPump::Post(const Notification& n) {
+  const bool was_empty = queue_.empty();
+  queue_.push_back(n);
+  if (was_empty && host_fd_ >= 0) SignalQueued();
+}
+
+// ---- The host's descriptor ----
+
+int EventPump::HostFd() {
+  if (host_fd_ >= 0) return host_fd_;
+  host_fd_ = ::epoll_create1(EPOLL_CLOEXEC);
+  host_timer_fd_ = ::timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC);
+  if (host_fd_ < 0 || host_timer_fd_ < 0) return -1;
+  for (int fd : {wake_fd_, host_timer_fd_}) {
+    epoll_event ev{};
+    ev.events = EPOLLIN;
+    ev.data.fd = fd;
+    ::epoll_ctl(host_fd_, EPOLL_CTL_ADD, fd, &ev);
+  }
+  for (const auto& w : watches_) SyncHostWatch(w.fd, w.events);
+  ArmHostTimer();
+  if (!queue_.empty()) SignalQueued();
+  return host_fd_;
+}
+
+int EventPump::HostTimeout() const {
+  // Asked from the host hook: a component wait is pumping already, and a zero here would have
+  // the host's loop call ProcessPending (which does nothing there) again and again.
+  if (hook_depth_ > 0) return -1;
+  if (!queue_.empty()) return 0;
+  return MillisecondsToNextTimer(Clock::now());
+}
+
+void EventPump::ProcessPending() {
+  // From the host hook a component wait is already pumping: its own pass does the work, and a
+  // nested pass here would call the hook again, without end while the descriptor stays ready.
+  if (hook_depth_ > 0) return;
+  const bool outer = host_pass_;
+  host_pass_ = true;
+  RunPass(0);
+  host_pass_ = outer;
+  if (host_fd_ >= 0) {
+    std::uint64_t expirations = 0;
+    [[maybe_unused]] auto r = ::read(host_timer_fd_, &expirations, sizeof expirations);
+    ArmHostTimer();
+    if (!queue_.empty()) SignalQueued();
+  }
+}
+
+void EventPump::SyncHostWatch(int fd, short events) {
+  if (host_fd_ < 0) return;
+  // A silent descriptor leaves the set: epoll would still report its hang-up, and the host
+  // would call us again and again for an event the socket layer has not asked for yet.
+  if (events == 0) {
+    ::epoll_ctl(host_fd_, EPOLL_CTL_DEL, fd, nullptr);
+    return;
+  }
+  epoll_event ev{};
+  ev.events = static_cast<std::uint32_t>(events);  // POLLIN, POLLOUT, POLLRDHUP match EPOLL*
+  ev.data.fd = fd;
+  if (::epoll_ctl(host_fd_, EPOLL_CTL_MOD, fd, &ev) != 0 && errno == ENOENT)
+    ::epoll_ctl(host_fd_, EPOLL_CTL_ADD, fd, &ev);
+}
+
+void EventPump::ArmHostTimer() {
+  if (host_timer_fd_ < 0) return;
+  itimerspec spec{};
+  bool any = false;
+  Clock::time_point first{};
+  for (const auto& t : timers_) {
+    if (!t.enabled || t.running) continue;
+    if (!any || t.due < first) first = t.due;
+    any = true;
+  }
+  if (any) {
+    // A zero value would disarm the timer: a timer already due fires after a nanosecond.
+    auto ns = std::chrono::duration_cast<std::chrono::nanoseconds>(first - Clock::now()).count();
+    if (ns < 1) ns = 1;
+    spec.it_value.tv_sec = static_cast<time_t>(ns / 1000000000);
+    spec.it_value.tv_nsec = static_cast<long>(ns % 1000000000);
+  }
+  ::timerfd_settime(host_timer_fd_, 0, &spec, nullptr);
+}
+
+void EventPump::SignalQueued() {
+  const std::uint64_t one = 1;
+  [[maybe_unused]] auto r = ::write(wake_fd_, &one, sizeof one);
+}
+
+// ---- Wake-ups ----
+
+EventPump::WakeHandlerId EventPump::AddWakeHandler(std::function<void()> handler) {
+  wake_handlers_.emplace_back(++last_wake_id_,
+                              std::make_shared<std::function<void()>>(std::move(handler)));
+  return last_wake_id_;
+}
+
+void EventPump::RemoveWakeHandler(WakeHandlerId id) {
+  std::erase_if(wake_handlers_, [id](const auto& h) { return h.first == id; });
+}
+
+void EventPump::Wake() noexcept { SignalQueued(); }
+
+void EventPump::RunWakeHandlers() {
+  std::uint64_t count = 0;
+  [[maybe_unused]] auto r = ::read(wake_fd_, &count, sizeof count);
+  // Handlers may add or remove handlers: work on a copy that keeps each one alive.
+  const auto handlers = wake_handlers_;
+  for (const auto& [id, handler] : handlers) (*handler)();
+}
+
 void EventPump::WatchFd(int fd, short events, ReadinessHandler handler) {
   auto shared = std::make_shared<ReadinessHandler>(std::move(handler));
   for (auto& w : watches_) {
     if (w.fd == fd) {
       w.events = events;
       w.handler = std::move(shared);
+      SyncHostWatch(fd, events);
       return;
     }
   }
   watches_.push_back(Watch{fd, events, std::move(shared)});
+  SyncHostWatch(fd, events);
 }
 
 void EventPump::UpdateFd(int fd, short events) {
   for (auto& w : watches_) {
-    if (w.fd == fd) w.events = events;
+    if (w.fd == fd && w.events != events) {
+      w.events = events;
+      SyncHostWatch(fd, events);
+    }
   }
 }
 
 void EventPump::UnwatchFd(int fd) {
-  std::erase_if(watches_, [fd](const Watch& w) { return w.fd == fd; });
+  if (std::erase_if(watches_, [fd](const Watch& w) { return w.fd == fd; }) > 0)
+    SyncHostWatch(fd, 0);
 }
 
 EventPump::TimerId EventPump::AddTimer(std::uint32_t interval_ms, std::function<void()> tick,
@@ -48,6 +179,7 @@ EventPump::TimerId EventPump::AddTimer(std::uint32_t interval_ms, std::function<
   const auto interval = std::chrono::milliseconds(interval_ms);
   timers_.push_back(Timer{++last_timer_id_, interval, Clock::now() + interval, enabled, false,
                           std::make_shared<std::function<void()>>(std::move(tick))});
+  ArmHostTimer();
   return last_timer_id_;
 }
 
@@ -66,6 +198,7 @@ void EventPump::SetTimerEnabled(TimerId id, bool enabled) {
     // Enabling restarts the interval, as a window timer does when it is set again.
     if (enabled && !t->enabled) t->due = Clock::now() + t->interval;
     t->enabled = enabled;
+    ArmHostTimer();
   }
 }
 
@@ -73,6 +206,7 @@ void EventPump::SetTimerInterval(TimerId id, std::uint32_t interval_ms) {
   if (Timer* t = FindTimer(id)) {
     t->interval = std::chrono::milliseconds(interval_ms);
     t->due = Clock::now() + t->interval;
+    ArmHostTimer();
   }
 }
 
@@ -86,15 +220,15 @@ void EventPump::RemoveTimer(TimerId id) {
 }
 
 void EventPump::CollectReadiness(int timeout_ms) {
-  if (watches_.empty()) {
-    if (timeout_ms > 0) SleepNoPump(static_cast<std::uint32_t>(timeout_ms));
-    return;
-  }
   std::vector<pollfd> fds;
-  fds.reserve(watches_.size());
+  fds.reserve(watches_.size() + 1);
   for (const auto& w : watches_) fds.push_back(pollfd{w.fd, w.events, 0});
+  // The wake-up descriptor ends a wait early (another thread's request, a queued notification).
+  fds.push_back(pollfd{wake_fd_, POLLIN, 0});
   int ready = ::poll(fds.data(), fds.size(), timeout_ms);
   if (ready <= 0) return;
+  if (fds.back().revents != 0) RunWakeHandlers();
+  fds.pop_back();
   // Handlers may watch or unwatch descriptors: look each one up again before calling it.
   for (const auto& p : fds) {
     if (p.revents == 0) continue;
@@ -134,6 +268,7 @@ void EventPump::FireTimers() {
     (*tick)();
     if (Timer* after = FindTimer(id)) after->running = false;
   }
+  if (!due.empty()) ArmHostTimer();
 }
 
 int EventPump::MillisecondsToNextTimer(Clock::time_point now) const {
@@ -152,8 +287,13 @@ void EventPump::RunPass(int readiness_timeout_ms) {
   CollectReadiness(readiness_timeout_ms);
   DeliverNotifications();
   FireTimers();
-  if (host_hook_) {
+  // A pass the host's loop asked for does not run that loop again from inside itself.
+  if (host_hook_ && !host_pass_) {
     auto hook = host_hook_;  // the hook may replace itself
+    struct Depth {
+      int& depth;
+      ~Depth() { --depth; }
+    } in_hook{++hook_depth_};
     hook();
   }
 }
@@ -163,6 +303,13 @@ void EventPump::DoEvents() { RunPass(0); }
 void EventPump::Sleep(std::uint32_t ms) { SleepUntil(ms, nullptr); }
 
 bool EventPump::SleepUntil(std::uint32_t ms, const std::function<bool()>& done) {
+  // A component wait paces its notifications again, even inside a pass the host asked for.
+  struct HostPassOff {
+    bool& flag;
+    bool saved;
+    ~HostPassOff() { flag = saved; }
+  } off{host_pass_, host_pass_};
+  host_pass_ = false;
   const auto deadline = Clock::now() + std::chrono::milliseconds(ms);
   // Every turn blocks on the descriptors until something is ready, a timer is due or the time
   // is up, then runs a full pass. A readiness handler must stop watching what it has already

@@ -5,6 +5,7 @@
 
 #include <poll.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <deque>
@@ -29,7 +30,8 @@ class EventPump {
   using ReadinessHandler = std::function<void(short revents)>;
   using NotificationSink = std::function<void(const Notification&)>;
 
-  EventPump() = default;
+  EventPump();
+  ~EventPump();
   EventPump(const EventPump&) = delete;
   EventPump& operator=(const EventPump&) = delete;
 
@@ -52,7 +54,7 @@ class EventPump {
   /// Where posted notifications go (the socket layer's notification procedure).
   void SetNotificationSink(NotificationSink sink) { sink_ = std::move(sink); }
   /// Queues a notification for delivery on a later pass.
-  void Post(const Notification& n) { queue_.push_back(n); }
+  void Post(const Notification& n);
   /// Number of notifications waiting.
   std::size_t PendingCount() const { return queue_.size(); }
 
@@ -67,6 +69,29 @@ class EventPump {
   // ---- Host hook ----
   /// A function called once per pass, so a GUI host's own loop keeps running.
   void SetHostHook(std::function<void()> hook) { host_hook_ = std::move(hook); }
+
+  // ---- Driven by the host's own loop ----
+  /// A descriptor that is readable while the pump has work: a watched socket is ready, a
+  /// notification is queued, a timer is due or a wake-up was requested. Made on first use;
+  /// from then on the pump keeps it current. Owned by the pump.
+  int HostFd();
+  /// Milliseconds until the pump needs a pass although its descriptor stays quiet: 0 when work
+  /// is queued, -1 when no timer runs or when asked from the host hook (a wait is pumping).
+  int HostTimeout() const;
+  /// One pass that never waits, never pauses after a notification and does not call the host
+  /// hook, for the host's loop to call when HostFd is readable or HostTimeout has passed. Does
+  /// nothing when called from the host hook, i.e. while a component method already pumps.
+  void ProcessPending();
+  /// True while a pass made by ProcessPending runs and no component wait has started inside it.
+  bool InHostPass() const { return host_pass_; }
+
+  // ---- Wake-ups from other threads ----
+  using WakeHandlerId = std::uint64_t;
+  /// Adds a function that runs on the pump's thread, in the next pass, after Wake.
+  WakeHandlerId AddWakeHandler(std::function<void()> handler);
+  void RemoveWakeHandler(WakeHandlerId id);
+  /// Thread-safe: makes a waiting pass return at once and run the wake handlers.
+  void Wake() noexcept;
 
   // ---- Pumping ----
   /// One pass: collect readiness, deliver the queued notifications, fire due timers, call the
@@ -96,6 +121,10 @@ class EventPump {
   };
 
   void RunPass(int readiness_timeout_ms);
+  void RunWakeHandlers();
+  void SyncHostWatch(int fd, short events);
+  void ArmHostTimer();
+  void SignalQueued();
   void CollectReadiness(int timeout_ms);
   void DeliverNotifications();
   void FireTimers();
@@ -109,6 +138,14 @@ class EventPump {
   std::vector<Timer> timers_;
   TimerId last_timer_id_ = 0;
   std::function<void()> host_hook_;
+
+  int wake_fd_ = -1;        ///< eventfd: Wake() and queued notifications in host mode
+  int host_fd_ = -1;        ///< epoll set handed to the host (-1 until HostFd)
+  int host_timer_fd_ = -1;  ///< timerfd in that set, armed for the next timer
+  bool host_pass_ = false;
+  int hook_depth_ = 0;
+  std::vector<std::pair<WakeHandlerId, std::shared_ptr<std::function<void()>>>> wake_handlers_;
+  WakeHandlerId last_wake_id_ = 0;
 };
 
 /// Pauses the thread without pumping (the brief pauses the component makes on purpose).

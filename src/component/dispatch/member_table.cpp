@@ -250,6 +250,11 @@ std::vector<MemberRow> BuildRows() {
       QV_M(CloseConnection),
       QV_M(Abort),
       QV_M(AbortCurrent),
+      // Host loops and other threads
+      QV_M(HostLoopFd),
+      QV_M(HostLoopTimeout),
+      QV_M(ProcessPending),
+      QV_M(RequestAbort),
       QV_M(DeleteFile, {"FilePath"}),
       QV_M(RenameFile, {"OldFileName"}, {"NewFileName"}),
       QV_M(ExeFtpCmd, {"cmd"}, {"Arguments", ""}),

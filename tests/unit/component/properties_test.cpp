@@ -58,7 +58,6 @@ TEST(Properties, MaxSpeedSizesBuffers) {
       {100, 102400, 1216},         // 1280, then 1216
       {18, 18432, 218},            // 230, then 218.5 rounds to even
       {1, 1024, 32},               // 13 → 32, then 30 → 32
-      {0, 0, 32},
       {kMax, kMax, 2040109465},    // overflow clamps
   };
   for (const auto& c : cases) {
@@ -67,6 +66,17 @@ TEST(Properties, MaxSpeedSizesBuffers) {
     EXPECT_EQ(lib.core().settings.max_speed, c.bytes) << c.kib;
     for (std::int32_t buffer : {lib.Sndbuf(), lib.Rcvbuf(), lib.MaxChunkSize()})
       EXPECT_EQ(buffer, c.buffer) << c.kib;
+  }
+  // Taking the limit away restores the unlimited buffers; 32-byte ones crawl at 3 KB/s.
+  for (std::int32_t none : {0, -1}) {
+    FtpLibrary lib;
+    lib.MaxSpeed(100);
+    lib.MaxSpeed(none);
+    EXPECT_EQ(lib.core().settings.max_speed, 0);
+    EXPECT_EQ(lib.Rcvbuf(), 1027840);
+    EXPECT_EQ(lib.Sndbuf(), 14600);
+    EXPECT_FALSE(lib.core().settings.sndbuf_set);
+    EXPECT_EQ(lib.MaxChunkSize(), 2097152);
   }
 }
 

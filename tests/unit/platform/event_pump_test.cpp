@@ -6,6 +6,7 @@
 
 #include <ctime>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace quorvi::platform {
@@ -148,6 +149,103 @@ TEST(EventPump, ShortSleepsWaitInPollInsteadOfSpinning) {
   const double wall = std::chrono::duration<double>(EventPump::Clock::now() - wall_before).count();
   EXPECT_GE(wall, 0.1);
   EXPECT_LT(cpu, wall * 0.5);
+}
+
+// What a host's loop sees of the pump: is its descriptor readable right now?
+bool HostFdReadable(EventPump& pump, int timeout_ms = 0) {
+  pollfd p{pump.HostFd(), POLLIN, 0};
+  return ::poll(&p, 1, timeout_ms) == 1;
+}
+
+TEST(EventPumpHostLoop, TheDescriptorIsReadableExactlyWhileThereIsWork) {
+  int fds[2];
+  ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, fds), 0);
+  EventPump pump;
+  std::string seen;
+  pump.SetNotificationSink([&](const Notification&) { seen += "n"; });
+  // The socket layer's rule: a handler silences what it has reported until it is re-armed.
+  pump.WatchFd(fds[0], POLLIN, [&](short) {
+    seen += "r";
+    pump.UpdateFd(fds[0], 0);
+  });
+  ASSERT_GE(pump.HostFd(), 0);
+  EXPECT_FALSE(HostFdReadable(pump));
+  EXPECT_EQ(pump.HostTimeout(), -1);
+
+  pump.Post({1, 2, 0});  // queued work, e.g. left over when a method returned
+  EXPECT_TRUE(HostFdReadable(pump));
+  EXPECT_EQ(pump.HostTimeout(), 0);
+  pump.ProcessPending();
+  EXPECT_EQ(seen, "n");
+  EXPECT_FALSE(HostFdReadable(pump));
+
+  ASSERT_EQ(::write(fds[1], "x", 1), 1);  // socket readiness
+  EXPECT_TRUE(HostFdReadable(pump));
+  pump.ProcessPending();
+  EXPECT_EQ(seen, "nr");
+  EXPECT_FALSE(HostFdReadable(pump)) << "a silenced socket must not keep the host busy";
+  ::close(fds[1]);  // a hang-up on a silenced socket waits until it is re-armed
+  EXPECT_FALSE(HostFdReadable(pump));
+  pump.UpdateFd(fds[0], POLLIN);
+  EXPECT_TRUE(HostFdReadable(pump));
+  pump.UnwatchFd(fds[0]);
+  EXPECT_FALSE(HostFdReadable(pump));
+  ::close(fds[0]);
+}
+
+TEST(EventPumpHostLoop, ADueTimerWakesTheHostAndTicksWithoutAnyWait) {
+  EventPump pump;
+  int ticks = 0;
+  auto id = pump.AddTimer(30, [&] { ++ticks; });
+  ASSERT_GE(pump.HostFd(), 0);
+  EXPECT_GT(pump.HostTimeout(), 0);
+  EXPECT_FALSE(HostFdReadable(pump, 10));
+  EXPECT_TRUE(HostFdReadable(pump, 200));
+  pump.ProcessPending();
+  EXPECT_EQ(ticks, 1);
+  EXPECT_FALSE(HostFdReadable(pump)) << "the next tick is 30 ms away";
+  // A timer enabled while nothing pumps (by a method that has returned) re-arms the descriptor.
+  pump.SetTimerEnabled(id, false);
+  EXPECT_FALSE(HostFdReadable(pump, 60));
+  pump.SetTimerEnabled(id, true);
+  EXPECT_TRUE(HostFdReadable(pump, 200));
+}
+
+TEST(EventPumpHostLoop, TheTwoHooksNeverCallEachOther) {
+  EventPump pump;
+  int hook_calls = 0, delivered = 0;
+  pump.SetNotificationSink([&](const Notification&) { ++delivered; });
+  pump.SetHostHook([&] {
+    ++hook_calls;
+    pump.ProcessPending();  // what the host's loop, run from the hook, would do
+  });
+  // A component wait runs the host's loop, whose ProcessPending does nothing there.
+  pump.Post({1, 2, 0});
+  pump.DoEvents();
+  EXPECT_EQ(hook_calls, 1);
+  EXPECT_EQ(delivered, 1);
+  // The host's loop runs the component, which does not run the host's loop from inside it
+  // (a job the host queued would start there, before the host's loop even runs).
+  pump.Post({1, 2, 0});
+  pump.ProcessPending();
+  EXPECT_EQ(hook_calls, 1);
+  EXPECT_EQ(delivered, 2);
+}
+
+TEST(EventPumpHostLoop, AWakeFromAnotherThreadEndsAWaitAndRunsOnThePumpsThread) {
+  EventPump pump;
+  std::thread::id ran_on;
+  pump.AddWakeHandler([&] { ran_on = std::this_thread::get_id(); });
+  std::thread other([&] {
+    SleepNoPump(50);
+    pump.Wake();
+  });
+  const auto start = EventPump::Clock::now();
+  const bool woke = pump.SleepUntil(5000, [&] { return ran_on != std::thread::id(); });
+  other.join();
+  EXPECT_TRUE(woke);
+  EXPECT_EQ(ran_on, std::this_thread::get_id());
+  EXPECT_LT(EventPump::Clock::now() - start, std::chrono::seconds(2));
 }
 
 }  // namespace
