@@ -61,6 +61,18 @@ PyObject* ftp_error_type = nullptr;
   Raise(std::move(error));
 }
 
+// What a method of that result kind returns when it fails.
+py::object FailureValue(VariantType type) {
+  switch (type) {
+    case VariantType::Bool: return py::bool_(false);
+    case VariantType::Double: return py::float_(-1.0);
+    case VariantType::Int16:
+    case VariantType::Int32: return py::int_(0);
+    case VariantType::String: return py::str("");
+    default: return py::none();
+  }
+}
+
 std::string KindName(MemberKind kind) {
   switch (kind) {
     case MemberKind::Method: return "method";
@@ -165,8 +177,11 @@ bool PyLibrary::SetAttribute(const std::string& name, py::handle value) {
 // What the component returns when a method fails, by result kind; the component's error number
 // must be set too, since "nothing" is a plain answer to some questions (an empty folder, a
 // missing file) and helpers such as FormatFileSize leave the last error as it was.
+// The questions (ExistFile, LocalFolderExists, ...) answer "no" with False and the reason in
+// the error number: a "no" is no failure.
 bool PyLibrary::Failed(const MemberInfo& member, const Variant& result) {
   if (ftp_->ErrorNumber() == 0) return false;
+  if (member.name.starts_with("Exist") || member.name.ends_with("Exists")) return false;
   switch (member.type) {
     case VariantType::Empty: return false;
     case VariantType::Bool: return !result.AsBool();
@@ -190,6 +205,7 @@ py::object PyLibrary::Call(const MemberInfo& member, const py::args& args, const
   std::vector<Variant> values = Arguments(member, args, kwargs);
   // A handler may call methods itself: each call keeps the handler errors of its own span.
   py::object outer_error = std::exchange(pending_error_, py::none());
+  const bool outer_failed = std::exchange(handler_failed_, false);
   ++depth_;
   quorvi::DispatchResult result;
   {
@@ -197,26 +213,29 @@ py::object PyLibrary::Call(const MemberInfo& member, const py::args& args, const
     result = quorvi::Invoke(*ftp_, member.name, std::move(values));
   }
   --depth_;
+  handler_failed_ = outer_failed;
   py::object handler_error = std::exchange(pending_error_, std::move(outer_error));
   if (depth_ == 0) callback_error = handler_error;
   if (!result) RaiseRefusal(result);
-  py::object value = ToPython(result.value);
-  const bool failed = Failed(member, result.value);
   if (!handler_error.is_none()) {
     // Ctrl-C and sys.exit() in a handler stop the program, whatever the mode.
-    if (!PyErr_GivenExceptionMatches(handler_error.ptr(), PyExc_Exception) || raise_on_error) {
-      if (failed && PyErr_GivenExceptionMatches(handler_error.ptr(), PyExc_Exception))
-        RaiseFtpError(ftp_->ErrorNumber(), ftp_->ErrorInfo(), handler_error);
-      Raise(std::move(handler_error));
-    }
-  } else if (failed && raise_on_error) {
-    RaiseFtpError(ftp_->ErrorNumber(), ftp_->ErrorInfo(), py::none());
+    const bool stops_program = !PyErr_GivenExceptionMatches(handler_error.ptr(), PyExc_Exception);
+    if (raise_on_error && !stops_program && ftp_->ErrorNumber() != 0)
+      RaiseFtpError(ftp_->ErrorNumber(), ftp_->ErrorInfo(), handler_error);
+    if (raise_on_error || stops_program) Raise(std::move(handler_error));
+    // The component may not stop at once (or at all, at a point where Abort does not apply)
+    // and then returns its success value: the call failed all the same.
+    return FailureValue(member.type);
   }
-  return value;
+  if (raise_on_error && Failed(member, result.value))
+    RaiseFtpError(ftp_->ErrorNumber(), ftp_->ErrorInfo(), py::none());
+  return ToPython(result.value);
 }
 
 void PyLibrary::RunHandler(std::size_t event) noexcept {
-  if (!has_handler_[event]) return;
+  // Once a handler has raised, the call is being stopped: the rest of its events reach no
+  // handler, which would most likely fail the same way.
+  if (!has_handler_[event] || (depth_ > 0 && handler_failed_)) return;
   try {
     py::gil_scoped_acquire gil;
     const py::object handler = handlers_[event];
@@ -235,23 +254,20 @@ void PyLibrary::RunHandler(std::size_t event) noexcept {
   }
 }
 
-// The first error of a call is kept for the call to report and stops the call's work, as
-// Abort() would; later ones (a handler that fails on every progress report until the abort
-// lands) only go to sys.unraisablehook.
+// The error is kept for the call to report, and the call is asked to stop as Abort() would.
+// Outside a call (no method is waiting) there is nothing to stop or report it to.
 void PyLibrary::KeepHandlerError(py::error_already_set& error, py::handle handler) {
+  if (depth_ == 0) return error.discard_as_unraisable(py::reinterpret_borrow<py::object>(handler));
   py::object exception = error.value();
   if (error.trace() && !error.trace().is_none())
     PyException_SetTraceback(exception.ptr(), error.trace().ptr());
-  const bool first = depth_ > 0 && pending_error_.is_none();
-  const bool stops_program = !error.matches(PyExc_Exception);
-  // Raised again by the call: shown then, not twice.
-  const bool raised_later = first && (raise_on_error || stops_program);
-  if (first) pending_error_ = exception;
-  if (!raised_later) error.discard_as_unraisable(py::reinterpret_borrow<py::object>(handler));
-  if (first) {
-    py::gil_scoped_release nogil;
-    ftp_->Abort();
-  }
+  pending_error_ = exception;
+  handler_failed_ = true;
+  // Raised again by the call when it returns: shown then, not twice.
+  if (!raise_on_error && error.matches(PyExc_Exception))
+    error.discard_as_unraisable(py::reinterpret_borrow<py::object>(handler));
+  py::gil_scoped_release nogil;
+  ftp_->Abort();
 }
 
 int PyLibrary::Traverse(visitproc visit, void* arg) {

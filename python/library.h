@@ -54,8 +54,10 @@ class PyLibrary {
   std::array<bool, kEvents> has_handler_{};
   /// Method calls under way (a handler may call methods too).
   int depth_ = 0;
-  /// The first handler exception of the call under way.
+  /// The handler exception of the call under way, and whether there is one (readable without
+  /// the GIL).
   py::object pending_error_ = py::none();
+  bool handler_failed_ = false;
 };
 
 /// Adds FtpLibrary, FtpError and the member table description to the module.

@@ -5,11 +5,13 @@ components logged in to it.
 Without vsftpd or root the server tests are skipped; under CI (CI=true) they fail instead.
 QUORVI_KEEP_FIXTURES=1 keeps the server's folder (its log is state/vsftpd.log).
 """
+import contextlib
 import os
 import pwd
 import shutil
 import socket
 import subprocess
+import sys
 import tempfile
 from pathlib import Path
 
@@ -128,9 +130,13 @@ def ftp(server):
     component.CloseConnection()
 
 
-@pytest.fixture
-def unraisable(monkeypatch):
-    """What reaches sys.unraisablehook during the test."""
+@contextlib.contextmanager
+def unraisable_hook():
+    """Collects what reaches sys.unraisablehook inside the block (pytest's own hook is swapped
+    in only around the test body, so a fixture could not do this)."""
     seen = []
-    monkeypatch.setattr("sys.unraisablehook", seen.append)
-    return seen
+    previous, sys.unraisablehook = sys.unraisablehook, seen.append
+    try:
+        yield seen
+    finally:
+        sys.unraisablehook = previous
