@@ -192,6 +192,6 @@ def test_other_threads_run_while_the_component_waits(server, ftp, area, tmp_path
         thread.join(10)
     during = [t for t in ticks if started < t < ended]
     assert ended - started > 0.3
-    # Held GIL: the counting thread would get a turn only every switch interval (5 ms) at best,
-    # and not at all while the component sits in a system call.
-    assert len(during) > (ended - started) / 0.005 / 2
+    # With the GIL held through the call the counting thread could not run at all: the
+    # component never hands the GIL over by itself.
+    assert len(during) > 20
