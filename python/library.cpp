@@ -1,5 +1,6 @@
 #include "library.h"
 
+#include <stdexcept>
 #include <pybind11/eval.h>
 
 #include <algorithm>
@@ -232,10 +233,11 @@ py::object PyLibrary::Call(const MemberInfo& member, const py::args& args, const
   return ToPython(result.value);
 }
 
-void PyLibrary::RunHandler(std::size_t event) noexcept {
+void PyLibrary::RunHandler(std::size_t event) {
   // Once a handler has raised, the call is being stopped: the rest of its events reach no
   // handler, which would most likely fail the same way.
   if (!has_handler_[event] || (depth_ > 0 && handler_failed_)) return;
+  std::string failure;
   try {
     py::gil_scoped_acquire gil;
     const py::object handler = handlers_[event];
@@ -243,15 +245,22 @@ void PyLibrary::RunHandler(std::size_t event) noexcept {
     try {
       handler();
     } catch (py::error_already_set& error) {
+      failure = py::str(error.value()).cast<std::string>();
+      failure = py::handle(error.type()).attr("__name__").cast<std::string>() +
+                (failure.empty() ? "" : ": " + failure);
       KeepHandlerError(error, handler);
-    } catch (const std::exception& failure) {
-      PyErr_SetString(PyExc_RuntimeError, failure.what());
+    } catch (const std::exception& e) {
+      failure = e.what();
+      PyErr_SetString(PyExc_RuntimeError, e.what());
       py::error_already_set error;
       KeepHandlerError(error, handler);
     }
   } catch (...) {
-    // Nothing may unwind into the component; what could not be kept is lost, not fatal.
+    // What could not be kept is lost, not fatal.
   }
+  // The component logs a handler's failure under its own number (16012); it never unwinds
+  // further than the event.
+  if (!failure.empty()) throw std::runtime_error(failure);
 }
 
 // The error is kept for the call to report, and the call is asked to stop as Abort() would.

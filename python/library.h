@@ -42,7 +42,7 @@ class PyLibrary {
   static constexpr std::size_t kEvents = 4;
 
   void CheckThread() const;
-  void RunHandler(std::size_t event) noexcept;
+  void RunHandler(std::size_t event);
   void KeepHandlerError(py::error_already_set& error, py::handle handler);
   bool Failed(const quorvi::MemberInfo& member, const quorvi::Variant& result);
 
