@@ -83,6 +83,8 @@ HostWindow::HostWindow() : ui_(quorvi::MakeQtUserInterface(this)) {
   layout->addLayout(status);
   state_ = new QLabel(this);
   bytes_ = new QLabel(this);
+  bytes_->setMinimumWidth(220);  // wide enough for growing numbers without re-layout
+  bytes_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
   status->addWidget(state_, 1);
   status->addWidget(bytes_);
   log_ = new QPlainTextEdit(this);
@@ -235,7 +237,9 @@ bool HostWindow::Download(const std::string& name) {
   if (busy_) return false;
   BusyScope busy(*this);
   progress_->setValue(0);
-  const std::string local = QDir(local_folder_->text()).filePath(QString::fromStdString(name)).toStdString();
+  // "pub/a.txt" (a path below the listed folder) lands as a.txt in the local folder.
+  const QString file = QFileInfo(QString::fromStdString(name)).fileName();
+  const std::string local = QDir(local_folder_->text()).filePath(file).toStdString();
   const bool ok = ftp_.DownLoadFile(RemotePathOf(name), local);
   ShowResult(ok, "Download");
   return ok;
