@@ -82,11 +82,14 @@ struct QtUserInterface::State {
       std::lock_guard lock(mutex);
       handler = on_shown;
     }
-    if (handler) {
-      QTimer::singleShot(0, &dialog, [&dialog, handler] {
-        if (dialog.isVisible()) handler(dialog);
-      });
-    }
+    QTimer::singleShot(0, &dialog, [&dialog, handler] {
+      if (!dialog.isVisible()) return;
+      // The question comes from the component, not from a click: the window the user works
+      // in may be another one, and the access keys only reach the active window.
+      dialog.raise();
+      dialog.activateWindow();
+      if (handler) handler(dialog);
+    });
     return dialog.exec();
   }
 };
