@@ -98,7 +98,6 @@ TEST_F(QtProvider, ReplaceDialogShowsTheViewWithAccessKeysUnderlinedNotPrinted) 
     EXPECT_EQ(labels[0]->textFormat(), Qt::PlainText);
     for (int i = 0; i < 8; ++i) {
       QPushButton* b = d.Button(static_cast<Button>(i));
-      EXPECT_EQ(b->text().toStdString(), view.buttons[i].caption);
       EXPECT_EQ(b->isEnabled(), view.buttons[i].enabled) << i;
       // Qt turns "&O" into the Alt+O shortcut (and draws O underlined) instead of printing it.
       EXPECT_EQ(b->shortcut(), QKeySequence::mnemonic(b->text())) << i;
@@ -149,8 +148,6 @@ TEST_F(QtProvider, RenameDialogProposesTheNameSelectedAndLeavesTheExtensionToThe
     EXPECT_EQ(d.windowTitle(), "Rename");
     EXPECT_EQ(d.Edit()->text(), "report");
     EXPECT_EQ(d.Edit()->selectedText(), "report");
-    EXPECT_EQ(d.OkButton()->text(), "OK");
-    EXPECT_EQ(d.CancelButton()->text(), "Cancel");
     bool extension_shown = false;
     for (const QLabel* l : d.findChildren<QLabel*>()) extension_shown |= l->text() == ".bin";
     EXPECT_TRUE(extension_shown);
