@@ -18,10 +18,11 @@ int IdleKeepAlive(quorvi::FtpLibrary& ftp, HostLoop& loop, int seconds) {
   ftp.KeepAliveSecond(1);
   if (!ftp.Connect()) return std::fprintf(stderr, "connect: %s\n", ftp.ErrorInfo().c_str()), 1;
   const auto start = Clock::now();
-  ftp.OnServerMessage().Subscribe([&] {
+  const auto id = ftp.OnServerMessage().Subscribe([&] {
     std::printf("[%5.2f s] %s\n", SecondsSince(start), ftp.MessageInfo().c_str());
   });
   loop.Run(milliseconds(seconds * 1000));
+  ftp.OnServerMessage().Unsubscribe(id);  // the handler uses this function's locals
   const bool connected = ftp.Connected();
   std::printf("still connected after %d s idle: %s\n", seconds, connected ? "yes" : "no");
   return connected ? 0 : 1;
@@ -32,13 +33,14 @@ int IdleClose(quorvi::FtpLibrary& ftp, HostLoop& loop) {
   if (!ftp.Connect()) return std::fprintf(stderr, "connect: %s\n", ftp.ErrorInfo().c_str()), 1;
   const auto start = Clock::now();
   bool closed = false;
-  ftp.OnStateChange().Subscribe([&] {
+  const auto id = ftp.OnStateChange().Subscribe([&] {
     if (ftp.FtpState() == quorvi::ftpClosed && !closed) {
       closed = true;
       loop.Quit();
     }
   });
-  loop.Run(milliseconds(15000));
+  loop.Run(milliseconds(120000));
+  ftp.OnStateChange().Unsubscribe(id);
   if (!closed) return std::puts("the server's close was not noticed"), 1;
   std::printf("closed by the server, noticed after %.2f s idle\n", SecondsSince(start));
   return 0;
