@@ -52,12 +52,20 @@ void FtpSession::CloseControlSocket() {
 }
 
 bool FtpSession::Connect() {
+  // An abort while logging in closes the connection: what that leaves (no response, no
+  // folder) is not the reason the host should read.
+  const std::uint64_t serial = abort_serial;
   try {
-    return ConnectSteps();
+    if (ConnectSteps()) return true;
+    if (abort_serial != serial) ReportCanceled("Connect");
+    return false;
   } catch (const ComponentError& e) {
     support_->Connecting(false);
     connect_retry = 0;
-    core_.ReportError("Connect", e.number(), e.text());
+    if (abort_serial != serial)
+      ReportCanceled("Connect");
+    else
+      core_.ReportError("Connect", e.number(), e.text());
   } catch (const std::exception& e) {
     support_->Connecting(false);
     connect_retry = 0;
@@ -262,14 +270,24 @@ bool FtpSession::CloseConnection() {
   return false;
 }
 
+void FtpSession::ReportCanceled(const std::string& procedure) {
+  if (core_.error().Number() == errors::kCanceled) return;
+  core_.error().Clear();
+  core_.ReportError(procedure, errors::kCanceled, GetErrorText(errors::kCanceled));
+}
+
 bool FtpSession::Abort() {
   try {
     if (hooks.http_running && hooks.http_running()) {
       abort_request = true;
+      ++abort_serial;
       return true;
     }
     if (hooks.exhaust_retries) hooks.exhaust_retries();
-    if (!core_.rt.aborting_current) abort_request = true;
+    if (!core_.rt.aborting_current) {
+      abort_request = true;
+      ++abort_serial;
+    }
     switch (core_.rt.operation) {
       case opConnect:
         support_->Connecting(false);

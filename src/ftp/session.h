@@ -57,6 +57,9 @@ class FtpSession : private DispatchTarget {
   // ---- Session (public members' bodies; failures are reported inside) ----
   bool Connect();
   bool CloseConnection();
+  /// Reports 16010 for procedure in place of whatever an abort's closed connection left,
+  /// unless 16010 is recorded already.
+  void ReportCanceled(const std::string& procedure);
   bool Abort();
   void AbortCurrent();
   bool ReConnect();
@@ -118,6 +121,9 @@ class FtpSession : private DispatchTarget {
   /// folder before it reports success (the same texts also come for a missing parent or a file).
   std::optional<std::string> mkd_existing_reply;
   bool abort_request = false;
+  /// Counts the Abort calls that stop an operation (AbortCurrent's skip of one file is not one):
+  /// a step that changed it was cancelled, whatever else the closed connection left behind.
+  std::uint64_t abort_serial = 0;
   bool reconnecting = false;
   bool server_pure_ftpd = false, server_typsoft = false, server_proftpd = false;
   int connect_retry = 0;

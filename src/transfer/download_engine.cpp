@@ -58,6 +58,9 @@ bool DownloadEngine::DownLoadFile(const std::string& remote, const std::string& 
 
 bool DownloadEngine::Run(bool create_folder, const std::function<Job()>& make_job) {
   Settings& s = settings();
+  // An abort while the job is made (its paths looked up) or listed ends that early, which
+  // reads as a missing or empty folder: the job was cancelled all the same.
+  const std::uint64_t serial = job_abort_serial_ = session_.abort_serial;
   try {
     if (s.remote_path.empty()) Fail(errors::kNoRemotePath, GetErrorText(errors::kNoRemotePath), "DownLoad");
     if (s.local_path.empty()) Fail(errors::kNoLocalPath, GetErrorText(errors::kNoLocalPath), "DownLoad");
@@ -92,7 +95,10 @@ bool DownloadEngine::Run(bool create_folder, const std::function<Job()>& make_jo
     return ok;
   } catch (const ComponentError& e) {
     CloseJob();
-    core_.ReportError("DownLoad", e.number(), e.text());
+    if (session_.abort_serial != serial)
+      session_.ReportCanceled("DownLoad");
+    else
+      core_.ReportError("DownLoad", e.number(), e.text());
   }
   return false;
 }
@@ -144,11 +150,13 @@ bool DownloadEngine::Step(const std::function<bool()>& body) {
     if (core_.rt.operation != opNone) Fail(errors::kUnfinished, GetErrorText(errors::kUnfinished), "DownLoadAll");
     NoteAbortRequest();
     if (ErrorRecorded()) RaiseRecorded("DownLoadAll");
-    return body();
+    const bool ok = body();
+    return !Aborted("DownLoadAll") && ok;
   } catch (const ComponentError& e) {
     ResetDialogAnswer(settings().replace_setting);
     core_.ReportError("DownLoadAll", e.number(), e.text());
   }
+  Aborted("DownLoadAll");
   return false;
 }
 

@@ -121,6 +121,12 @@ void EngineBase::NoteAbortRequest() {
   }
 }
 
+bool EngineBase::Aborted(const std::string& procedure) {
+  if (session_.abort_serial == job_abort_serial_) return false;
+  session_.ReportCanceled(procedure);
+  return true;
+}
+
 void EngineBase::RecordCanceled() {
   core_.error().Clear();
   core_.error().Number(errors::kCanceled);

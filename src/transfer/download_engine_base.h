@@ -68,6 +68,8 @@ class EngineBase {
   void NoteAbortRequest();
   /// An abort request ended the file: 16010 replaces whatever the closed connection left.
   void RecordCanceled();
+  /// True (and 16010 reported under procedure) when the job was aborted since it began.
+  bool Aborted(const std::string& procedure);
   /// After a file of a batch failed: AbortCurrent abandons only that file (recorded as
   /// aborted under the procedure text); anything else stays recorded.
   void AbandonCurrentFile(const std::string& path, const std::string& procedure);
@@ -99,6 +101,7 @@ class EngineBase {
 
   Core& core_;
   FtpSession& session_;
+  std::uint64_t job_abort_serial_ = 0;  ///< the session's abort count when the job began
   TransferEngine& engine_;
 
  private:

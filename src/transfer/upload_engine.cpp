@@ -76,6 +76,9 @@ bool UploadEngine::UpLoadFile(const std::string& local, const std::string& remot
 
 bool UploadEngine::Run(bool create_folder, const std::function<Job()>& make_job) {
   Settings& s = settings();
+  // An abort while the job is made (its paths looked up) or listed ends that early, which
+  // reads as a missing or empty folder: the job was cancelled all the same.
+  const std::uint64_t serial = job_abort_serial_ = session_.abort_serial;
   try {
     if (!session_.Connect()) return false;
     session_.abort_request = false;
@@ -117,7 +120,10 @@ bool UploadEngine::Run(bool create_folder, const std::function<Job()>& make_job)
     return ok;
   } catch (const ComponentError& e) {
     FailJob();
-    core_.ReportError("UpLoad", e.number(), e.text());
+    if (session_.abort_serial != serial)
+      session_.ReportCanceled("UpLoad");
+    else
+      core_.ReportError("UpLoad", e.number(), e.text());
   }
   return false;
 }
@@ -225,11 +231,13 @@ bool UploadEngine::Step(const std::function<bool()>& body) {
     if (core_.rt.operation != opNone) Fail(errors::kUnfinished, GetErrorText(errors::kUnfinished), "UpLoadAll");
     NoteAbortRequest();
     if (ErrorRecorded()) RaiseRecorded("UpLoadAll");
-    return body();
+    const bool ok = body();
+    return !Aborted("UpLoadAll") && ok;
   } catch (const ComponentError& e) {
     ResetDialogAnswer(settings().replace_setting);
     core_.ReportError("UpLoadAll", e.number(), e.text());
   }
+  Aborted("UpLoadAll");
   return false;
 }
 

@@ -91,5 +91,35 @@ TEST_F(TreeFailures, TotalsAreTheWholeJobs) {
   EXPECT_EQ(ftp_->TotalPercent(), 100);
 }
 
+// Abort called from an event handler in any phase of a tree job: while logging in, while the
+// tree is looked up and listed, while data moves. An aborted listing looks like an empty or a
+// missing folder; the job must read as cancelled, never as done or as "no such folder".
+TEST_F(TreeFailures, AnAbortInAnyPhaseEndsTheJobAsCancelled) {
+  server().WriteFile("ab/one.bin", Pattern(200000));
+  server().WriteFile("ab/sub/two.bin", "two");
+  WriteBytes(dir_ / "up" / "one.bin", Pattern(200000));
+  WriteBytes(dir_ / "up" / "sub" / "two.bin", "two");
+  for (const bool download : {true, false}) {
+    for (const char* trigger : {"USER", "PASS", "TYPE", "EPSV", "LIST", "MLSD", "RETR", "STOR", "MKD"}) {
+      SCOPED_TRACE(std::string(download ? "download, abort at " : "upload, abort at ") + trigger);
+      auto ftp = UserClient(server());
+      bool aborted = false;
+      ftp->OnServerMessage().Subscribe([&] {
+        if (!aborted && ftp->MessageInfo().starts_with(trigger)) {
+          aborted = true;
+          ftp->Abort();
+        }
+      });
+      fs::remove_all(dir_ / "down");
+      ftp->RemotePath(download ? "/ab/" : "/pub/ab" + std::string(trigger) + "/");
+      ftp->LocalPath(download ? (dir_ / "down").string() + "/" : (dir_ / "up").string() + "/");
+      const bool ok = download ? ftp->DownLoad() : ftp->UpLoad();
+      if (!aborted) continue;  // this job never sends that command
+      EXPECT_FALSE(ok);
+      EXPECT_EQ(ftp->ErrorNumber(), 16010) << ftp->ErrorInfo();
+    }
+  }
+}
+
 }  // namespace
 }  // namespace quorvi::test
