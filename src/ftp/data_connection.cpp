@@ -10,6 +10,8 @@
 #include "component/thread_shared.h"
 #include "ftp/ftp_text.h"
 #include "ftp/session.h"
+#include "local/case_folding.h"
+#include "local/path_rules.h"
 #include "local/path_rules.h"
 #include "platform/clock_text.h"
 #include "platform/socket_api.h"
@@ -103,7 +105,7 @@ DataConnection::DataConnection(Core& core) : core_(core), random_(std::random_de
   session.hooks.discard_listing = [this] { listing.buffer.Clear(); };
   session.hooks.data_pending = [this] { return m_objDataSocket.m_lngBufferLen; };
   session.hooks.reset_data_pending = [this] { m_objDataSocket.m_lngBufferLen = 0; };
-  session.hooks.forget_created_dirs = [this] { directories.created.clear(); };
+  session.hooks.forget_created_dirs = [this] { directories.ForgetCreated(); };
   RegisterDispatch(session);
   reply_grace_timer_ = core_.pump().AddTimer(
       kReplyGraceMs,
@@ -414,6 +416,23 @@ void DataConnection::m_objDataSocket_OnError() {
     return;
   }
   if (op != opNone) core_.EndAsyncMethod();
+}
+
+std::string DirectoryLists::Key(const std::string& remote_path) {
+  std::string key = FoldCase(FormatFTPPath(remote_path));
+  while (key.size() > 1 && key.back() == '/') key.pop_back();
+  return key;
+}
+
+bool DirectoryLists::CannotExistYet(const std::string& remote_path) const {
+  if (fresh_folders.empty() || sent_into_fresh.contains(Key(remote_path))) return false;
+  // Inside a folder made empty by this job, only what the job made exists: a subfolder it has
+  // not made yet is not there, nor any file in it.
+  for (std::string folder = Key(GetParentFolderPath(remote_path)); folder.size() > 1;
+       folder = Key(GetParentFolderPath(folder))) {
+    if (fresh_folders.contains(folder)) return true;
+  }
+  return false;
 }
 
 }  // namespace quorvi::detail

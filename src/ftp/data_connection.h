@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <optional>
 #include <random>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -91,6 +92,20 @@ struct ListingState {
 struct DirectoryLists {
   std::string created;          ///< lower-cased paths made or found, each followed by "|"
   bool created_switch = false;  ///< consult and extend `created` (on during an upload)
+  /// Folders an upload made with a plain success (not an "exists" refusal), so empty then, and
+  /// the files sent into them since (folded paths): a file there not sent yet cannot exist, and
+  /// the upload skips asking the server about it.
+  std::set<std::string> fresh_folders, sent_into_fresh;
+  /// The key of a remote path in the fresh lists: folded case, no trailing "/".
+  static std::string Key(const std::string& remote_path);
+  /// True when remote_path lies below a fresh folder and nothing was sent there under its name.
+  bool CannotExistYet(const std::string& remote_path) const;
+  /// Forgets what the created and fresh lists say.
+  void ForgetCreated() {
+    created.clear();
+    fresh_folders.clear();
+    sent_into_fresh.clear();
+  }
   std::string guard;            ///< paths whose recursive removal started, each after "*"
   int removal_nesting = 0;      ///< RemoveDirectory calls running (the guard empties at 0)
   int removal_depth = 0;        ///< folder levels the running removal has descended

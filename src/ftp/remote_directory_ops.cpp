@@ -112,7 +112,11 @@ bool MakeDirectory(Core& core, const std::string& path) {
   FtpSession& session = FtpSession::Of(core);
   session.mkd_existing_reply.reset();
   if (!RunCommand(core, opCreateDirectory, "MKD", path)) return false;
-  if (!session.mkd_existing_reply) return true;
+  if (!session.mkd_existing_reply) {
+    DirectoryLists& lists = DataConnection::Of(core).directories;
+    if (lists.created_switch) lists.fresh_folders.insert(lists.Key(path));
+    return true;
+  }
   const std::string refusal = *std::exchange(session.mkd_existing_reply, std::nullopt);
   if (FolderIsListed(core, path)) return true;
   if (core.ErrorNumber() == 0)
@@ -220,7 +224,7 @@ bool RemoveDirectory(Core& core, const std::string& directory_path) {
   return Guarded(core, "RemoveDirectory", false, [&] {
     DirectoryLists& lists = DataConnection::Of(core).directories;
     core.ClearLastError();
-    lists.created.clear();
+    lists.ForgetCreated();
     const std::string path = FormatFTPPath(directory_path);
     if (path.empty()) Fail(errors::kNoRemotePath);
     FtpSession& session = FtpSession::Of(core);

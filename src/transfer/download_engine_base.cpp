@@ -108,7 +108,7 @@ bool EngineBase::IsNoSuchFile() const {
 void EngineBase::CreatedDirectories(bool on) {
   DirectoryLists& lists = DataConnection::Of(core_).directories;
   lists.created_switch = on;
-  if (!on) lists.created.clear();
+  if (!on) lists.ForgetCreated();
 }
 
 void EngineBase::NoteAbortRequest() {

@@ -409,6 +409,8 @@ bool UploadEngine::OneBody(bool create_folder) {
     if (!folder.empty() && create_folder && !CreateDirectory(core_, folder, true))
       WriteLog("CreateDirectory Error -- " + folder);
   }
+  // From now on the name may exist there (even a failed send can leave a part).
+  DataConnection::Of(core_).directories.sent_into_fresh.insert(DirectoryLists::Key(s.remote_path));
   return Send();
 }
 
@@ -425,7 +427,10 @@ bool UploadEngine::DecideRemote(bool create_folder, bool& result) {
     }
     if (engine_.remote_size < 0) engine_.remote_size = 0;
   };
-  if (s.replace_setting != kReplaceAsk) {
+  if (DataConnection::Of(core_).directories.CannotExistYet(s.remote_path)) {
+    // The job made this folder empty and has sent nothing here under this name: no lookup.
+    WriteLog("Upload.NewFolder=" + s.remote_path);
+  } else if (s.replace_setting != kReplaceAsk) {
     if (k == kReplaceRename || k == kReplaceResume || k == kReplaceResumeAll) query_size();
   } else if (const auto info = GetFtpFileInfo(core_, s.remote_path)) {
     engine_.remote_size = info->FileSize();

@@ -77,5 +77,40 @@ TEST_F(ClosesOnNoop, AProbeThatEndsTheConnectionEndsTheLoginOnce) {
   EXPECT_LT(LogCount("<- PASS"), 5u);  // a few logins at most, not one after another for ever
 }
 
+// Files going into a folder the upload has just made need no lookup (the folder was empty);
+// a name the job already sent there, or any name in a folder that was there before, does.
+TEST_F(Exchanges, UploadsIntoAFolderItMadeSkipTheLookupButNeverOverwriteUnasked) {
+  for (int i = 1; i <= 3; ++i) WriteBytes(dir_ / "tree" / ("f" + std::to_string(i) + ".txt"), "new");
+  ftp_->ReplaceSetting(0);  // ask: the headless provider answers every question with Cancel
+  ftp_->LocalPath((dir_ / "tree").string() + "/");
+  ftp_->RemotePath("/pub/fresh/");
+  ASSERT_TRUE(ftp_->UpLoad()) << ftp_->ErrorInfo();
+  EXPECT_EQ(ftp_->TransferredFileCount(), 3);
+  EXPECT_EQ(LogCount("\"LIST /pub/fresh/f"), 0u) << "one lookup per file into a folder just made";
+
+  struct Case {
+    const char* name;
+    std::string local;
+    std::string remote;
+  };
+  WriteBytes(dir_ / "a" / "x.txt", "first");
+  WriteBytes(dir_ / "b" / "x.txt", "second");
+  server().WriteFile("pub/old/x.txt", "kept");
+  const Case cases[] = {
+      {"the same name twice into a new folder", (dir_ / "a" / "x.txt").string() + "|" + (dir_ / "b" / "x.txt").string(),
+       "/pub/twice/|/pub/twice/"},
+      {"a folder that was there", (dir_ / "b" / "x.txt").string(), "/pub/old/"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    ftp_->LocalPath(c.local);
+    ftp_->RemotePath(c.remote);
+    ftp_->UpLoad();
+    const std::string folder = std::string(c.remote).substr(0, std::string(c.remote).find('|'));
+    const std::string now = ReadAll(server().root() / folder.substr(1) / "x.txt");
+    EXPECT_TRUE(now == "first" || now == "kept") << "overwritten without asking: " << now;
+  }
+}
+
 }  // namespace
 }  // namespace quorvi::test
