@@ -101,7 +101,7 @@ void EventPump::SyncHostWatch(int fd, short events) {
 
 void EventPump::ArmHostTimer() {
   if (host_timer_fd_ < 0) return;
-  itimerspec spec{};
+  itimerspec next{};
   bool any = false;
   Clock::time_point first{};
   for (const auto& t : timers_) {
@@ -113,10 +113,10 @@ void EventPump::ArmHostTimer() {
     // A zero value would disarm the timer: a timer already due fires after a nanosecond.
     auto ns = std::chrono::duration_cast<std::chrono::nanoseconds>(first - Clock::now()).count();
     if (ns < 1) ns = 1;
-    spec.it_value.tv_sec = static_cast<time_t>(ns / 1000000000);
-    spec.it_value.tv_nsec = static_cast<long>(ns % 1000000000);
+    next.it_value.tv_sec = static_cast<time_t>(ns / 1000000000);
+    next.it_value.tv_nsec = static_cast<long>(ns % 1000000000);
   }
-  ::timerfd_settime(host_timer_fd_, 0, &spec, nullptr);
+  ::timerfd_settime(host_timer_fd_, 0, &next, nullptr);
 }
 
 void EventPump::SignalQueued() {

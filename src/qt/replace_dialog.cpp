@@ -27,15 +27,15 @@ ReplaceDialog::ReplaceDialog(const UserInterface::ReplaceDialogView& view, QWidg
   auto* grid = new QGridLayout();
   layout->addLayout(grid);
   for (int i = 0; i < 8; ++i) {
-    const auto& spec = view.buttons[i];
-    auto* button = new QPushButton(QString::fromStdString(spec.caption), this);
-    button->setEnabled(spec.enabled);
+    const auto& button_view = view.buttons[i];
+    auto* button = new QPushButton(QString::fromStdString(button_view.caption), this);
+    button->setEnabled(button_view.enabled);
     // Enter must not pick an answer the user did not point at.
     button->setAutoDefault(false);
     grid->addWidget(button, i / kColumns, i % kColumns);
     connect(button, &QPushButton::clicked, this, [this, i] { Press(i); });
     buttons_[static_cast<std::size_t>(i)] = button;
-    keys_[static_cast<std::size_t>(i)] = AccessKey(spec.caption);
+    keys_[static_cast<std::size_t>(i)] = AccessKey(button_view.caption);
   }
   layout->setSizeConstraint(QLayout::SetFixedSize);
 }
