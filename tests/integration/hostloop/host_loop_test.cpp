@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <filesystem>
@@ -50,9 +51,15 @@ TEST_F(HostLoop, AnIdleSessionKeepsItsKeepAliveScheduleWhileTheHostIdles) {
   ftp->OnServerMessage().Subscribe([&] { transcript.push_back(ftp->MessageInfo()); });
   ASSERT_TRUE(ftp->Connect()) << ftp->ErrorInfo();
   transcript.clear();
-  // The keep-alive timer ticks every 2 s and sends once a whole second has passed since the
-  // last command: at 4, 6 and 8 s, while the server would have closed at 5 s.
-  RunHostLoop(*ftp, milliseconds(9000), [] { return false; });
+  // The keep-alive timer ticks every 2 s and sends once more than a whole second has passed
+  // since the last exchange: every 2 to 4 s, while the server would close after 5 s quiet.
+  const auto replies = [&] {
+    return std::count_if(transcript.begin(), transcript.end(),
+                         [](const std::string& line) { return line.starts_with("200 "); });
+  };
+  const auto start = Clock::now();
+  RunHostLoop(*ftp, milliseconds(20000), [&] { return replies() >= 3; });
+  EXPECT_GT(Clock::now() - start, kServerIdleLimit);
   std::string all;
   for (const auto& line : transcript) all += line + "\n";
   EXPECT_GE(Count(all, "NOOP"), 3u) << all;
