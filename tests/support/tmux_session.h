@@ -4,8 +4,8 @@
 
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
-#include <cstdint>
 #include <string>
 #include <thread>
 #include <vector>
@@ -18,8 +18,9 @@ namespace quorvi::test {
 class Tmux {
  public:
   Tmux(int columns, const std::string& command)
-      : socket_("quorvi-test-" + std::to_string(::getpid()) + "-" +
-                std::to_string(reinterpret_cast<std::uintptr_t>(this))) {
+      // A name of its own for every session: one made in the same place right after another
+      // would otherwise reach the previous server while that one is still going away.
+      : socket_("quorvi-test-" + std::to_string(::getpid()) + "-" + std::to_string(NextNumber())) {
     Run({"new-session", "-d", "-s", "t", "-x", std::to_string(columns), "-y", "30",
          command + "; echo QFTP-EXIT=$?; sleep 60"});
   }
@@ -50,6 +51,10 @@ class Tmux {
   ScriptResult Run(std::vector<std::string> args) {
     args.insert(args.begin(), {"/usr/bin/tmux", "-L", socket_, "-f", "/dev/null"});
     return RunScript(args, {}, std::chrono::milliseconds(10000));
+  }
+  static int NextNumber() {
+    static std::atomic<int> number{0};
+    return ++number;
   }
   std::string socket_;
 };
