@@ -47,7 +47,14 @@ int EventPump::HostFd() {
   if (host_fd_ >= 0) return host_fd_;
   host_fd_ = ::epoll_create1(EPOLL_CLOEXEC);
   host_timer_fd_ = ::timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC);
-  if (host_fd_ < 0 || host_timer_fd_ < 0) return -1;
+  if (host_fd_ < 0 || host_timer_fd_ < 0 || wake_fd_ < 0) {
+    // Out of descriptors: no half-made set; a later call tries again.
+    for (int* fd : {&host_fd_, &host_timer_fd_}) {
+      if (*fd >= 0) ::close(*fd);
+      *fd = -1;
+    }
+    return -1;
+  }
   for (int fd : {wake_fd_, host_timer_fd_}) {
     epoll_event ev{};
     ev.events = EPOLLIN;
