@@ -31,8 +31,9 @@ Core::Core() : ui(MakeHeadlessUserInterface()) {
                                                    {&on_server_message, "OnServerMessage"},
                                                    {&on_state_change, "OnStateChange"},
                                                    {&on_error, "OnError"}};
-  for (const auto& [event, name] : events) {
-    event->SetFailureReporter(
+  for (const auto& entry : events) {
+    const char* name = entry.second;
+    entry.first->SetFailureReporter(
         [this, name](const std::string& what) { ReportHandlerFailure(name, what); });
   }
 }
