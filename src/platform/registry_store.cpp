@@ -43,7 +43,10 @@ std::string Escape(const std::string& text) {
 }
 
 fs::path ValueFile(const fs::path& folder, const std::string& name) {
-  return folder / ("=" + Escape(FoldCase(name)));
+  // Appended, not "=" + string: GCC 12 reports a false -Wrestrict on that form at -O2.
+  std::string file = "=";
+  file += Escape(FoldCase(name));
+  return folder / file;
 }
 
 // flock on the store's lock file; released (and the fd closed) on destruction. Only writers
@@ -104,7 +107,10 @@ bool IsShellFoldersKey(const KeyPath& key) {
   static const std::string folded = FoldCase(kShellFoldersKey);
   if (key.empty() || FoldCase(key[0]) != "hkey_current_user") return false;
   std::string rest;
-  for (std::size_t i = 1; i < key.size(); ++i) rest += (i > 1 ? "\\" : "") + FoldCase(key[i]);
+  for (std::size_t i = 1; i < key.size(); ++i) {
+    if (i > 1) rest += '\\';
+    rest += FoldCase(key[i]);
+  }
   return rest == folded;
 }
 
