@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "component/thread_shared.h"
+#include "platform/concat.h"
 
 namespace quorvi::detail {
 
@@ -102,7 +103,7 @@ bool MessageTable::ReplaceFrom(const std::string& joined) {
 std::string FormatMessage(std::string text, std::initializer_list<std::string> values) {
   int index = 0;
   for (const auto& value : values) {
-    const std::string marker = "{" + std::to_string(index++) + "}";
+    const std::string marker = Concat("{", std::to_string(index++), "}");
     for (auto pos = text.find(marker); pos != std::string::npos;
          pos = text.find(marker, pos + value.size())) {
       text.replace(pos, marker.size(), value);

@@ -65,7 +65,7 @@ ChunkedDecoder::Status ChunkedDecoder::Feed(std::string_view piece, std::string&
       case Part::kDataEnd: {
         const char c = piece[at++];
         if (c == '\r' && line_.empty()) {
-          line_ = "\r";
+          line_.assign(1, '\r');
         } else if (c == '\n') {
           line_.clear();
           part_ = Part::kSize;

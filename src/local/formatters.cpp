@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdio>
 #include <vector>
+#include "platform/concat.h"
 
 namespace quorvi::detail {
 namespace {
@@ -18,7 +19,7 @@ std::string WithoutLeadingZeros(const std::string& part) {
   return first == std::string::npos ? "0" : part.substr(first);
 }
 
-std::string TwoDigits(std::int64_t v) { return (v < 10 ? "0" : "") + std::to_string(v); }
+std::string TwoDigits(std::int64_t v) { return Concat(v < 10 ? "0" : "", std::to_string(v)); }
 
 }  // namespace
 

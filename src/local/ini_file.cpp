@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "local/cfile_text.h"
+#include "platform/concat.h"
 
 namespace quorvi::detail {
 namespace {
@@ -88,7 +89,7 @@ std::string IniWithValue(std::string_view text, std::string_view section, std::s
     }
     if (!replaced) lines.insert(lines.begin() + static_cast<std::ptrdiff_t>(insert_at), entry);
   } else {
-    lines.push_back("[" + std::string(Trim(section)) + "]");
+    lines.push_back(Concat("[", Trim(section), "]"));
     lines.push_back(entry);
   }
   return JoinLines(lines) + std::string(kCrLf);
@@ -103,7 +104,7 @@ std::vector<std::string> IniSectionNames(std::string_view text) {
 }
 
 bool IniHasSection(std::string_view text, std::string_view section) {
-  const std::string header = "[" + std::string(section) + "]";
+  const std::string header = Concat("[", section, "]");
   const auto lines = SplitLines(text);
   return std::find(lines.begin(), lines.end(), header) != lines.end();
 }
@@ -111,7 +112,7 @@ bool IniHasSection(std::string_view text, std::string_view section) {
 std::optional<std::string> IniWithoutSection(std::string_view text, std::string_view section) {
   // The stored format is exact: "[section]" followed by CR LF, the next section begins with
   // CR LF "[".
-  const std::string header = "[" + std::string(section) + "]" + std::string(kCrLf);
+  const std::string header = Concat("[", section, "]", kCrLf);
   std::string whole(text);
   whole += kCrLf;  // the last line of ReadFile's text has no line end of its own
   std::size_t start = whole.find(header);

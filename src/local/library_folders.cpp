@@ -6,6 +6,7 @@
 #include "local/drives.h"
 #include "local/folder_walker.h"
 #include "local/formatters.h"
+#include "platform/concat.h"
 
 namespace quorvi {
 
@@ -58,9 +59,9 @@ std::string FtpLibrary::FormatFileSize(double FileSize) {
 std::string FtpLibrary::FormatTime(std::int32_t Seconds, std::int16_t TimeType) {
   return Guarded(*core_, "FormatTime", std::string(), [&] {
     const detail::MessageTable& m = core_->messages();
-    const detail::TimeUnitWords words{" " + m.GetMessage(kMsgHours) + " ",
-                                      " " + m.GetMessage(kMsgMinutes) + " ",
-                                      " " + m.GetMessage(kMsgSeconds)};
+    const detail::TimeUnitWords words{Concat(" ", m.GetMessage(kMsgHours), " "),
+                                      Concat(" ", m.GetMessage(kMsgMinutes), " "),
+                                      Concat(" ", m.GetMessage(kMsgSeconds))};
     return detail::FormatTime(Seconds, TimeType, words);
   });
 }

@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <utility>
+#include "platform/concat.h"
 
 namespace quorvi {
 namespace platform {
@@ -111,7 +112,7 @@ bool TerminalUserInterface::NextByte(char& c) {
 
 void TerminalUserInterface::MessageBox(const std::string& text, const std::string& title) {
   if (!HasTerminal()) return UserInterface::MessageBox(text, title);
-  Print("\n" + (title.empty() ? std::string() : "[" + title + "] ") + text + "\n");
+  Print(Concat("\n", title.empty() ? std::string() : Concat("[", title, "] "), text, "\n"));
   ReadLine("Press Enter to continue ");
 }
 

@@ -4,6 +4,7 @@
 
 #include "component/dispatch/member_table.h"
 #include "component/dispatch/object_members.h"
+#include "platform/concat.h"
 
 namespace quorvi {
 
@@ -15,7 +16,7 @@ DispatchResult Refused(DispatchError error, std::string message) {
   return {error, Variant(), std::move(message)};
 }
 
-std::string Quote(std::string_view name) { return "'" + std::string(name) + "'"; }
+std::string Quote(std::string_view name) { return Concat("'", name, "'"); }
 
 std::string KindText(MemberKind kind) {
   switch (kind) {

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <functional>
+#include "platform/concat.h"
 
 namespace quorvi {
 
@@ -37,15 +38,14 @@ DispatchResult Refused(DispatchError error, std::string message) {
 
 DispatchResult NotAnObject(std::string_view name) {
   return Refused(DispatchError::UnknownMember,
-                 "'" + std::string(name) + "': the value is not a CFtpFile or CFtpFiles");
+                 Concat("'", name, "': the value is not a CFtpFile or CFtpFiles"));
 }
 
 DispatchResult CollectionItem(const CFtpFiles& files, std::string_view name,
                               const std::vector<Variant>& args) {
   if (args.size() != 1)
     return Refused(DispatchError::ArgumentCount,
-                   "'" + std::string(name) + "' takes 1 argument (" +
-                       std::to_string(args.size()) + " given)");
+                   Concat("'", name, "' takes 1 argument (", std::to_string(args.size()), " given)"));
   const CFtpFile* item = nullptr;
   if (detail::SameName(name, "ItemName")) {
     item = files.ItemName(args[0].ToText());
@@ -97,7 +97,7 @@ DispatchResult Invoke(const Variant& object, std::string_view name, std::vector<
     if (detail::SameName(name, "Item") || detail::SameName(name, "ItemName"))
       return CollectionItem(*files, name, args);
     if (detail::SameName(name, "Count")) return GetProperty(object, name);
-    return Refused(DispatchError::UnknownMember, "CFtpFiles has no method '" + std::string(name) + "'");
+    return Refused(DispatchError::UnknownMember, Concat("CFtpFiles has no method '", name, "'"));
   } catch (const std::exception& e) {
     return Refused(DispatchError::Failed, e.what());
   }
