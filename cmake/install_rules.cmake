@@ -2,23 +2,23 @@
 # (included when QUORVI_INSTALL is on).
 include(CMakePackageConfigHelpers)
 install(TARGETS quorviftp quorviftp_shared EXPORT QuorviFtpTargets
-  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
-  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT library)
 if(QUORVI_QT_ON)
-  install(DIRECTORY include/quorvi DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+  install(DIRECTORY include/quorvi DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT library)
 else()
   install(DIRECTORY include/quorvi DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
-    PATTERN qt_user_interface.h EXCLUDE)
+    PATTERN qt_user_interface.h EXCLUDE COMPONENT library)
 endif()
 install(EXPORT QuorviFtpTargets NAMESPACE QuorviFtp::
-  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/QuorviFtp)
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/QuorviFtp COMPONENT library)
 # The qt component has an export file of its own: find_package(QuorviFtp COMPONENTS qt)
 # loads it (and Qt) only when asked for.
 if(QUORVI_QT_ON)
-  install(TARGETS quorviftp_qt EXPORT QuorviFtpQtTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  install(TARGETS quorviftp_qt EXPORT QuorviFtpQtTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library)
   install(EXPORT QuorviFtpQtTargets NAMESPACE QuorviFtp::
-    DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/QuorviFtp)
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/QuorviFtp COMPONENT library)
 endif()
 configure_package_config_file(cmake/QuorviFtpConfig.cmake.in
   ${CMAKE_CURRENT_BINARY_DIR}/QuorviFtpConfig.cmake
@@ -27,7 +27,7 @@ write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/QuorviFtpConfigVers
   COMPATIBILITY SameMajorVersion)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/QuorviFtpConfig.cmake
   ${CMAKE_CURRENT_BINARY_DIR}/QuorviFtpConfigVersion.cmake
-  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/QuorviFtp)
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/QuorviFtp COMPONENT library)
 # pkg-config: paths relative to the installed .pc file (${pcfiledir}), so the file is right
 # for any prefix given at install time and any libdir depth (lib, lib64, lib/x86_64-linux-gnu);
 # an absolute libdir or includedir is written as it is.
@@ -43,5 +43,6 @@ else()
   set(QUORVI_PC_INCLUDEDIR "\${prefix}/${CMAKE_INSTALL_INCLUDEDIR}")
 endif()
 configure_file(cmake/quorviftp.pc.in ${CMAKE_CURRENT_BINARY_DIR}/quorviftp.pc @ONLY)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/quorviftp.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/quorviftp.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+  COMPONENT library)
 

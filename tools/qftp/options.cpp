@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "commands.h"
+#include "manual.h"
 #include "url.h"
 
 namespace qftp {
@@ -223,6 +224,11 @@ Options ParseOptions(const std::vector<std::string>& argv, const char* env_passw
   AddTlsOptions(app, o);
   AddTransferOptions(app, o.transfer, raw, o);
   AddCommands(app, o);
+  // Hidden: the manual page and completions are made from these same definitions.
+  bool man = false;
+  std::string completion;
+  app.add_flag("--man", man, "print the manual page (roff)")->group("");
+  app.add_option("--completion", completion, "print a bash or zsh completion script")->group("");
   std::vector<std::string> reversed(argv.rbegin(), argv.rend());  // CLI11 takes them backwards
   try {
     app.parse(reversed);
@@ -234,6 +240,16 @@ Options ParseOptions(const std::vector<std::string>& argv, const char* env_passw
     throw EarlyExit{std::string(kVersion) + "\n"};
   } catch (const CLI::ParseError& e) {
     throw UsageError{e.what()};
+  }
+  if (man) throw EarlyExit{ManPage(app, kVersion)};
+  if (!completion.empty()) {
+    std::string script;
+    try {
+      script = Completion(app, completion);
+    } catch (const std::invalid_argument& e) {
+      throw UsageError{e.what()};
+    }
+    throw EarlyExit{script};
   }
   if (!o.command.empty() && !raw.bare_url.empty())
     throw UsageError{"unexpected argument " + raw.bare_url + " (qftp " + o.command + " --help)"};
