@@ -76,6 +76,8 @@ class HttpDownloader {
   /// Takes the response header apart; returns the offset of the body bytes in response, or npos
   /// when nothing of it goes to the file.
   std::size_t ProcessHeader(const std::string& response, std::size_t header_end);
+  static bool TitleDecidable(const std::string& response, std::size_t header_end);
+  void TakeHeader(std::size_t header_end);
   void OpenBodyFile();
   void WriteBody(const char* data, std::size_t n);
   /// Payload bytes into the local file (at most up to the announced length).

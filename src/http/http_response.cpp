@@ -183,16 +183,32 @@ void HttpDownloader::m_objHttpSocket_OnDataArrival(double /*bytesTotal*/) {
       LogHeaderError(header_bytes_);
       Fail(errors::kHttpError, "Header Error");
     }
-    if (end == std::string::npos) return;
-    header_received_ = true;
-    const std::string response = std::move(header_bytes_);
-    header_bytes_.clear();
-    const std::size_t body = ProcessHeader(response, end);
-    if (body < response.size()) WriteBody(response.data() + body, response.size() - body);
+    if (end == std::string::npos || !TitleDecidable(header_bytes_, end)) return;
+    TakeHeader(end);
   } catch (const ComponentError& e) {
     RecordHttpError(e.number(), e.text());
     core_.EndAsyncMethod();
   }
+}
+
+// An HTML answer is held until its title can be read (the title's end, kTextScan bytes or the
+// whole body of a known length): an error page sent with 200 must not become the file because
+// its title came in a later packet than the header.
+bool HttpDownloader::TitleDecidable(const std::string& response, std::size_t header_end) {
+  const std::string header = response.substr(0, header_end);
+  if (!ContainsNoCase(header, "content-type: text/html")) return true;
+  const std::string body = response.substr(header_end + 4, kTextScan);
+  if (body.size() >= kTextScan || ContainsNoCase(body, "</title>")) return true;
+  const double length = MHttpSupport::GetContentLength(header);
+  return length > 0 && static_cast<double>(body.size()) >= length;
+}
+
+void HttpDownloader::TakeHeader(std::size_t header_end) {
+  header_received_ = true;
+  const std::string response = std::move(header_bytes_);
+  header_bytes_.clear();
+  const std::size_t body = ProcessHeader(response, header_end);
+  if (body < response.size()) WriteBody(response.data() + body, response.size() - body);
 }
 
 std::size_t HttpDownloader::ProcessHeader(const std::string& response, std::size_t header_end) {
@@ -331,8 +347,16 @@ void HttpDownloader::UpdateProgress() {
 void HttpDownloader::m_objHttpSocket_OnClose() {
   if (!Running() || core_.rt.operation != opDownload) return;
   if (stage_ == 2 && !header_received_ && core_.error().Number() == 0) {
-    LogHeaderError(header_bytes_);
-    RecordHttpError(errors::kHttpError, "Header Error");
+    if (const std::size_t end = header_bytes_.find(kHeaderEnd); end != std::string::npos) {
+      try {  // a header held for its title: the answer ended, so it is read as it is
+        TakeHeader(end);
+      } catch (const ComponentError& e) {
+        RecordHttpError(e.number(), e.text());
+      }
+    } else {
+      LogHeaderError(header_bytes_);
+      RecordHttpError(errors::kHttpError, "Header Error");
+    }
   }
   core_.EndAsyncMethod();
 }
