@@ -72,6 +72,8 @@ class FtpLibrary:
     ClientKey: str
     ProtectData: bool
     MaxChunkSize: int
+    MaxListingBytes: float
+    MaxListingEntries: int
     Rcvbuf: int
     Sndbuf: int
     @property
