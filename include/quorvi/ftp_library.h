@@ -191,7 +191,7 @@ class FtpLibrary {
   /// Largest listing read, MiB (default 64); a longer one fails with 22002.
   double MaxListingBytes() const;
   void MaxListingBytes(double value);
-  /// Most lines a listing may have (default 1,000,000); more fail with 22003.
+  /// Most lines a listing may have (default 500,000); more fail with 22003.
   std::int32_t MaxListingEntries() const;
   void MaxListingEntries(std::int32_t value);
   /// Let CreateDirectory check for an existing folder first.

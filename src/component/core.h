@@ -35,7 +35,7 @@ struct Settings {
   static constexpr std::int32_t kDefaultSndbuf = 14600;
   /// Listing bounds (docs/security.md gives the reasoning).
   static constexpr double kDefaultMaxListingBytes = 64.0 * 1024 * 1024;
-  static constexpr std::int32_t kDefaultMaxListingEntries = 1000000;
+  static constexpr std::int32_t kDefaultMaxListingEntries = 500000;
 
   std::string server_name;
   std::string user_name;

@@ -347,8 +347,10 @@ void DataConnection::m_objDataSocket_OnConnect() {
   StartDataTls();
   if (op == opDownload || op == opUpload) {
     if (transfer) transfer->DataConnected();
-  } else if (op == opListDirectory) {
-    FtpSession::Of(core_).SendFtpCommand("LIST", ListArgument());
+  } else if (op == opListDirectory && !FtpSession::Of(core_).SendFtpCommand("LIST", ListArgument())) {
+    // Refused before it was sent: no reply will come, the connection must not stay open.
+    CloseDataConnection();
+    if (core_.rt.operation == opListDirectory) core_.EndAsyncMethod();
   }
 }
 
@@ -389,13 +391,15 @@ bool DataConnection::ListingWithinBounds() {
   } else {
     return true;
   }
-  // The text so far is dropped and no more is read: the data connection closes, and the
-  // server's reply to it is dropped as a late one before the next command.
+  // The text so far is dropped and no more is read: the data connection closes and the
+  // operation ends, so the server's reply to the close (426, 226) is a late one, dropped
+  // before the next command instead of replacing this error.
   listing.buffer.Clear();
   WriteLog("Listing refused past " + bound + ": " + listing.listed_path);
   RecordError("GetRemoteFilesInfo", number,
               GetErrorText(number) + " (" + bound + ") [ " + listing.listed_path + " ]");
   CloseDataConnection();
+  if (core_.rt.operation == opListDirectory) core_.EndAsyncMethod();
   return false;
 }
 

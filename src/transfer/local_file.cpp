@@ -73,7 +73,9 @@ class EngineSide : public TransferSide {
       RecordError("DataArrived", errors::kMoreThanSize,
                   GetErrorText(errors::kMoreThanSize) + " (" + NumberText(limit) + ") [ " + path + " ]");
     }
+    // The server's reply to the close is a late one: it must not replace this error.
     DataConnection::Of(core_).CloseDataConnection();
+    if (core_.rt.operation == opDownload) core_.EndAsyncMethod();
   }
 
   bool WriteBlock(std::string_view bytes) {

@@ -1,7 +1,8 @@
 // Line breaks and NULs in names never become a second command: every public method that puts a
 // path, a name or an argument on the control connection, against the three real servers (a bare
-// LF is a line end to vsftpd and pure-ftpd; proftpd cuts a name at a NUL), and names that a tree
-// job takes from a listing or a local folder.
+// LF is a line end to vsftpd and pure-ftpd; proftpd cuts a name at a NUL), a local name in a
+// tree upload, and qftp. (Listed names with a NUL are refused by the tree jobs' name checks; a
+// CR or LF cannot survive the listing's line splitting.)
 #include <gtest/gtest.h>
 
 #include <quorvi/ftp_library.h>
@@ -88,9 +89,9 @@ TEST_P(Injection, EveryMethodRefusesLineBreaksAndNulBeforeSending) {
       ASSERT_TRUE(VictimAlive());
     }
   }
-  // The session is as usable as before, and no command ever named the victim.
-  EXPECT_EQ(ftp->GetFtpFileSize("pub/victim"), 6) << ftp->ErrorInfo();
+  // No command ever named the victim, and the session is as usable as before.
   EXPECT_EQ(Count(ReadAll(server().log_path()), "victim"), 0u);
+  EXPECT_EQ(ftp->GetFtpFileSize("pub/victim"), 6) << ftp->ErrorInfo();
 }
 
 TEST_P(Injection, UserNameAndPasswordAreRefusedBeforeTheLogin) {
@@ -119,7 +120,7 @@ TEST_P(Injection, ATreeUploadSkipsALocalNameWithALineBreak) {
   EXPECT_FALSE(ftp->UpLoad());
   EXPECT_EQ(ReadAll(server().root() / "pub" / "ok.txt"), "ok");
   EXPECT_TRUE(VictimAlive());
-  EXPECT_NE(ftp->FailedFiles().find("DELE victim"), std::string::npos) << ftp->FailedFiles();
+  EXPECT_EQ(ftp->ErrorNumber(), 22000) << ftp->ErrorInfo();
 }
 
 INSTANTIATE_TEST_SUITE_P(RealServers, Injection,
@@ -129,29 +130,6 @@ INSTANTIATE_TEST_SUITE_P(RealServers, Injection,
                            std::erase(name, '-');
                            return name;
                          });
-
-// Names from a listing: the two hostile ones fail, the real file comes down.
-QUORVI_SERVER_SUITE(ListedNames, ServerKind::FaultFtpd, {"--fault", "ctl_names"});
-
-TEST_F(ListedNames, ATreeDownloadFailsOnlyTheHostileNames) {
-  server().WriteFile("ctl/ok.txt", "ok");
-  server().WriteFile("ctl/victim.txt", "victim");
-  const fs::path local = fs::temp_directory_path() / ("quorvi-ctl-" + std::to_string(::getpid()));
-  for (const bool mlsd : {false, true}) {
-    SCOPED_TRACE(mlsd ? "MLSD" : "LIST");
-    fs::remove_all(local);
-    auto ftp = UserClient(server());
-    ftp->ListDirByMLSD(mlsd);
-    ftp->RemotePath("/ctl/");
-    ftp->LocalPath(local.string() + "/");
-    EXPECT_FALSE(ftp->DownLoad());
-    EXPECT_EQ(ReadAll(local / "ok.txt"), "ok");
-    EXPECT_EQ(ReadAll(local / "victim.txt"), "victim");
-    EXPECT_EQ(Count(ReadAll(server().log_path()), "DELE"), 0u);
-    EXPECT_EQ(Count(ReadAll(server().log_path()), "RETR /ctl/victim.txt"), 1u + mlsd);
-  }
-  fs::remove_all(local);
-}
 
 // qftp exits non-zero and the victim survives.
 QUORVI_SERVER_SUITE(QftpInjection, ServerKind::Vsftpd);

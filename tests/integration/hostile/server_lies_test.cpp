@@ -114,7 +114,9 @@ TEST_F(HostileHttp, LiesAndInjectionsFail) {
     const std::string log = ReadAll(server().log_path());
     EXPECT_EQ(Count(log, "\n") > before, c.requested) << log;
     EXPECT_EQ(Count(log, "X-Evil"), 0u) << log;
-    if (c.kept > 0) EXPECT_EQ(fs::file_size(dir / "a.bin"), c.kept);
+    if (c.kept > 0) {
+      EXPECT_EQ(fs::file_size(dir / "a.bin"), c.kept);
+    }
   }
   fs::remove_all(dir);
 }
