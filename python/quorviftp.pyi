@@ -72,8 +72,6 @@ class FtpLibrary:
     ClientKey: str
     ProtectData: bool
     MaxChunkSize: int
-    MaxListingBytes: float
-    MaxListingEntries: int
     Rcvbuf: int
     Sndbuf: int
     @property
@@ -139,6 +137,8 @@ class FtpLibrary:
     def MaxSize(self) -> None: ...
     @MaxSize.setter
     def MaxSize(self, value: float) -> None: ...
+    MaxListingBytes: float
+    MaxListingEntries: int
     @property
     def MKDCheckExist(self) -> None: ...
     @MKDCheckExist.setter
