@@ -188,6 +188,12 @@ class FtpLibrary {
   void FileTypeForbid(const std::string& value);
   /// Largest file a transfer accepts, MiB (0 = no limit).
   void MaxSize(double value);
+  /// Largest listing read, MiB (default 64); a longer one fails with 22002.
+  double MaxListingBytes() const;
+  void MaxListingBytes(double value);
+  /// Most lines a listing may have (default 500,000); more fail with 22003.
+  std::int32_t MaxListingEntries() const;
+  void MaxListingEntries(std::int32_t value);
   /// Let CreateDirectory check for an existing folder first.
   void MKDCheckExist(bool value);
   /// Reply text that means "already exists" to MKD.

@@ -33,6 +33,9 @@ struct Settings {
   /// Data-connection buffer sizes a connection gets when the host set none.
   static constexpr std::int32_t kDefaultRcvbuf = 1027840;
   static constexpr std::int32_t kDefaultSndbuf = 14600;
+  /// Listing bounds (docs/security.md gives the reasoning).
+  static constexpr double kDefaultMaxListingBytes = 64.0 * 1024 * 1024;
+  static constexpr std::int32_t kDefaultMaxListingEntries = 500000;
 
   std::string server_name;
   std::string user_name;
@@ -72,6 +75,9 @@ struct Settings {
   std::string file_type_allow;
   std::string file_type_forbid;
   double max_size = 0;  ///< bytes
+  /// A listing past either bound fails (22002/22003): a server cannot exhaust the memory.
+  double max_listing_bytes = kDefaultMaxListingBytes;
+  std::int32_t max_listing_entries = kDefaultMaxListingEntries;
   bool mkd_check_exist = false;
   std::string mkd_info;
   bool show_total_percent = false;

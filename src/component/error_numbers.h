@@ -58,4 +58,13 @@ inline constexpr std::int32_t kTlsPinMismatch = 19005;  ///< not the pinned publ
 inline constexpr std::int32_t kTlsNotResumed = 19006;   ///< data connection without the session
 inline constexpr std::int32_t kTlsStream = 19007;       ///< the encrypted stream failed
 
+// ---- Hostile input (220xx) ----
+inline constexpr std::int32_t kLineBreakInText = 22000;   ///< CR or LF in a name, URL or argument
+inline constexpr std::int32_t kNulInText = 22001;         ///< NUL in a name, URL or argument
+inline constexpr std::int32_t kListingTooLarge = 22002;   ///< listing past MaxListingBytes
+inline constexpr std::int32_t kListingTooManyEntries = 22003;  ///< past MaxListingEntries
+inline constexpr std::int32_t kMoreThanSize = 22004;      ///< more bytes than the announced size
+inline constexpr std::int32_t kRedirectScheme = 22005;    ///< HTTP redirect to another scheme
+inline constexpr std::int32_t kConflictingLength = 22006; ///< two different Content-Length
+
 }  // namespace quorvi::errors

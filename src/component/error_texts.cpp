@@ -62,6 +62,16 @@ constexpr std::array<ErrorRow, 8> kTlsRows = {{
     {19007, -1, "The encrypted connection failed"},
 }};
 
+constexpr std::array<ErrorRow, 7> kHostileInputRows = {{
+    {22000, -1, "The text contains a line break (CR or LF) and is not sent"},
+    {22001, -1, "The text contains a NUL character and is not sent"},
+    {22002, -1, "The listing is larger than MaxListingBytes"},
+    {22003, -1, "The listing has more entries than MaxListingEntries"},
+    {22004, -1, "The server sent more bytes than the file's size"},
+    {22005, -1, "A redirect to another scheme than http:// or https:// is refused"},
+    {22006, -1, "The response has Content-Length headers that differ"},
+}};
+
 constexpr std::array<ErrorRow, 5> kHttpRows = {{
     {18001, 48, {}},
     {18002, 49, {}},
@@ -80,6 +90,7 @@ std::string GetHttpErrorText(std::int32_t number) {
 std::string GetErrorText(std::int32_t number) {
   if (const auto* row = FindRow(kComponentRows, number)) return RowText(*row);
   if (const auto* row = FindRow(kTlsRows, number)) return RowText(*row);
+  if (const auto* row = FindRow(kHostileInputRows, number)) return RowText(*row);
   // Reply codes are 16-bit keys; a number beyond that range has no table text.
   if (number < std::numeric_limits<std::int16_t>::min() ||
       number > std::numeric_limits<std::int16_t>::max()) {

@@ -307,6 +307,14 @@ void FtpLibrary::FileTypeForbid(const std::string& value) {
 }
 
 void FtpLibrary::MaxSize(double value) { core_->settings.max_size = value * 1024 * 1024; }
+double FtpLibrary::MaxListingBytes() const { return core_->settings.max_listing_bytes / 1024 / 1024; }
+void FtpLibrary::MaxListingBytes(double value) {
+  core_->settings.max_listing_bytes = value > 0 ? value * 1024 * 1024 : detail::Settings::kDefaultMaxListingBytes;
+}
+std::int32_t FtpLibrary::MaxListingEntries() const { return core_->settings.max_listing_entries; }
+void FtpLibrary::MaxListingEntries(std::int32_t value) {
+  core_->settings.max_listing_entries = value > 0 ? value : detail::Settings::kDefaultMaxListingEntries;
+}
 void FtpLibrary::MKDCheckExist(bool value) { core_->settings.mkd_check_exist = value; }
 void FtpLibrary::MKDInfo(const std::string& value) { core_->settings.mkd_info = value; }
 void FtpLibrary::ShowTotalPercent(bool value) { core_->settings.show_total_percent = value; }

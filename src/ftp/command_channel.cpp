@@ -113,6 +113,10 @@ bool FtpSession::SendFtpCommand(const std::string& command, const std::string& a
     if (core_.settings.cipher_on)
       line_settings.decipher = [](const std::string& text) { return Decipher(text); };
     const CommandLine line = BuildCommandLine(command, argument, line_settings);
+    // The one place every command line passes: a CR, LF or NUL inside it would end the line
+    // early and make the rest a command of its own (or, NUL, another name on the server).
+    RequireOneLine(std::string_view(line.line).substr(0, line.line.size() - 2),
+                   line.command == "PASS" ? "password" : "command line", line.command != "PASS");
     if (!WireCanCarry(line.line))
       Fail(errors::ReplyError(501), NotCarriedText(line.command == "PASS" ? "password" : argument));
 

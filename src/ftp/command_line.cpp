@@ -5,6 +5,10 @@
 #include <cstddef>
 #include <utility>
 
+#include "component/component_error.h"
+#include "component/error_numbers.h"
+#include "component/error_object.h"
+
 namespace quorvi::detail {
 namespace {
 
@@ -74,6 +78,41 @@ std::string WireLine(const std::string& command, const std::string& argument,
 }
 
 }  // namespace
+
+bool FitsOneLine(std::string_view text) {
+  return text.find_first_of(std::string_view("\r\n\0", 3)) == std::string_view::npos;
+}
+
+void RequireOneLine(std::string_view text, std::string_view what, bool show) {
+  std::int32_t number = 0;
+  if (text.find_first_of("\r\n") != std::string_view::npos) {
+    number = errors::kLineBreakInText;
+  } else if (text.find('\0') != std::string_view::npos) {
+    number = errors::kNulInText;
+  } else {
+    return;
+  }
+  std::string message = GetErrorText(number) + " (" + std::string(what) + ")";
+  if (show) message += ": [ " + VisibleControls(text) + " ]";
+  Fail(number, message);
+}
+
+std::string VisibleControls(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  for (const char c : text) {
+    if (c == '\r') {
+      out += "\\r";
+    } else if (c == '\n') {
+      out += "\\n";
+    } else if (c == '\0') {
+      out += "\\0";
+    } else {
+      out += c;
+    }
+  }
+  return out;
+}
 
 bool IsMarkerArgument(std::string_view argument) {
   return argument == kCommandTestMarker || argument == kKeepLastCommandMarker;

@@ -16,6 +16,18 @@ inline constexpr std::string_view kCommandTestMarker = "useforftpcommandtest";
 /// Argument of the keep-alive timer's command: sent bare, stays out of the last command.
 inline constexpr std::string_view kKeepLastCommandMarker = "no_change_lastsendcommand";
 
+/// True when `text` holds no CR, LF or NUL.
+bool FitsOneLine(std::string_view text);
+
+/// Fails with 22000 (CR or LF) or 22001 (NUL) when `text` could not travel as part of one
+/// command line or request: such a byte would end the line early and start a second command,
+/// or (NUL) make the server read another name. `what` names the text in the error ("path",
+/// "user name"...); a secret (`show` false) is not quoted.
+void RequireOneLine(std::string_view text, std::string_view what, bool show = true);
+
+/// `text` with CR, LF and NUL written as \r, \n, \0, fit for an error text or the log.
+std::string VisibleControls(std::string_view text);
+
 /// True for the two marker arguments above (exact match).
 bool IsMarkerArgument(std::string_view argument);
 

@@ -347,8 +347,10 @@ void DataConnection::m_objDataSocket_OnConnect() {
   StartDataTls();
   if (op == opDownload || op == opUpload) {
     if (transfer) transfer->DataConnected();
-  } else if (op == opListDirectory) {
-    FtpSession::Of(core_).SendFtpCommand("LIST", ListArgument());
+  } else if (op == opListDirectory && !FtpSession::Of(core_).SendFtpCommand("LIST", ListArgument())) {
+    // Refused before it was sent: no reply will come, the connection must not stay open.
+    CloseDataConnection();
+    if (core_.rt.operation == opListDirectory) core_.EndAsyncMethod();
   }
 }
 
@@ -364,6 +366,7 @@ void DataConnection::m_objDataSocket_OnDataArrival(double bytesTotal) {
   } else if (op == opListDirectory) {
     const std::size_t before = listing.buffer.text().size();
     listing.buffer.Append(block->bytes, core_.settings.utf8);
+    if (!ListingWithinBounds()) return;
     if (core_.error().EnableLog()) {
       const std::string_view text = std::string_view(listing.buffer.text()).substr(before);
       WriteLog("EnumFiles:" + listing.listed_path + " " + std::to_string(text.size()) + "#" +
@@ -372,6 +375,32 @@ void DataConnection::m_objDataSocket_OnDataArrival(double bytesTotal) {
     }
   }
   // Any other operation: the bytes were read and are dropped.
+}
+
+bool DataConnection::ListingWithinBounds() {
+  const Settings& s = core_.settings;
+  const ListingText& text = listing.buffer;
+  std::int32_t number = 0;
+  std::string bound;
+  if (static_cast<double>(text.byte_count()) > s.max_listing_bytes) {
+    number = errors::kListingTooLarge;
+    bound = std::to_string(static_cast<long long>(s.max_listing_bytes)) + " bytes";
+  } else if (text.line_count() > static_cast<std::size_t>(std::max(0, s.max_listing_entries))) {
+    number = errors::kListingTooManyEntries;
+    bound = std::to_string(s.max_listing_entries) + " entries";
+  } else {
+    return true;
+  }
+  // The text so far is dropped and no more is read: the data connection closes and the
+  // operation ends, so the server's reply to the close (426, 226) is a late one, dropped
+  // before the next command instead of replacing this error.
+  listing.buffer.Clear();
+  WriteLog("Listing refused past " + bound + ": " + listing.listed_path);
+  RecordError("GetRemoteFilesInfo", number,
+              GetErrorText(number) + " (" + bound + ") [ " + listing.listed_path + " ]");
+  CloseDataConnection();
+  if (core_.rt.operation == opListDirectory) core_.EndAsyncMethod();
+  return false;
 }
 
 void DataConnection::m_objDataSocket_OnSendComplete() {

@@ -168,6 +168,9 @@ class DataConnection {
   void m_objDataSocket_OnConnect();
   void m_objDataSocket_OnDataArrival(double bytesTotal);
   void m_objDataSocket_OnSendComplete();
+  /// False (the listing failed with 22002/22003, its data connection closed) once the running
+  /// listing has passed MaxListingBytes or MaxListingEntries.
+  bool ListingWithinBounds();
   void m_objDataSocket_OnClose();
   void m_objDataSocket_OnError();
   void PrepareSocket();

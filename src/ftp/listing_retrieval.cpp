@@ -3,6 +3,7 @@
 #include "component/core.h"
 #include "component/error_numbers.h"
 #include "component/error_object.h"
+#include "ftp/command_line.h"
 #include "ftp/data_connection.h"
 #include "ftp/ftp_text.h"
 #include "ftp/listing_parser.h"
@@ -242,6 +243,9 @@ std::optional<CFtpFiles> ListRemote(Core& core, const std::function<ListingPlan(
   }
   std::optional<CFtpFiles> files;
   try {
+    // Checked before a data connection opens for it (a folder name from a listing, say).
+    RequireOneLine(plan.listed, "remote path");
+    RequireOneLine(plan.directory, "remote path");
     files = RunListing(core, plan, restore);
   } catch (const ComponentError& e) {
     WriteLog(std::string("GetRemoteFilesInfo.Err:") + std::to_string(e.number()) + " " + e.text());

@@ -22,11 +22,14 @@ class ListingText {
   const std::string& text() const { return text_; }
   /// Bytes received since the last Clear/Finish.
   std::size_t byte_count() const { return byte_count_; }
+  /// Line breaks (LF) received since the last Clear/Finish: an upper bound on the entries.
+  std::size_t line_count() const { return line_count_; }
   void Clear();
 
  private:
   std::string text_;
   std::size_t byte_count_ = 0;
+  std::size_t line_count_ = 0;
 };
 
 }  // namespace quorvi::detail

@@ -8,6 +8,7 @@
 #include "component/core.h"
 #include "component/error_numbers.h"
 #include "component/error_object.h"
+#include "ftp/command_line.h"
 #include "ftp/data_connection.h"
 #include "ftp/ftp_text.h"
 #include "ftp/listing_parser.h"
@@ -165,6 +166,7 @@ bool CreatedListHolds(const std::string& list, const std::string& path) {
 
 bool ExistDirectory(Core& core, const std::string& directory_name) {
   return Guarded(core, "ExistDirectory", false, [&] {
+    RequireOneLine(directory_name, "remote path");
     const DirectorySplit split = SplitDirectoryName(directory_name);
     if (split.name.empty() && (split.parent.empty() || split.parent == "/")) {
       WriteLog("ExistDirectory -- Root -- " + split.parent);
@@ -186,6 +188,7 @@ bool ExistDirectory(Core& core, const std::string& directory_name) {
 
 bool CreateDirectory(Core& core, const std::string& directory_path, bool recursive) {
   return Guarded(core, "CreateDirectory", false, [&] {
+    RequireOneLine(directory_path, "remote path");
     DirectoryLists& lists = DataConnection::Of(core).directories;
     std::string path = FormatFTPPath(directory_path);
     if (lists.created_switch && CreatedListHolds(lists.created, path)) {
@@ -222,6 +225,7 @@ bool CreateDirectory(Core& core, const std::string& directory_path, bool recursi
 
 bool RemoveDirectory(Core& core, const std::string& directory_path) {
   return Guarded(core, "RemoveDirectory", false, [&] {
+    RequireOneLine(directory_path, "remote path");
     DirectoryLists& lists = DataConnection::Of(core).directories;
     core.ClearLastError();
     lists.ForgetCreated();
@@ -241,6 +245,7 @@ bool RemoveDirectory(Core& core, const std::string& directory_path) {
 
 bool RemoveFTPFolderAndFiles(Core& core, const std::string& folder_path) {
   return Guarded(core, "RemoveFTPFolderAndFiles", false, [&] {
+    RequireOneLine(folder_path, "remote path");
     DirectoryLists& lists = DataConnection::Of(core).directories;
     const LevelScope depth(lists.removal_depth);
     const std::string folder = FormatFTPPath(folder_path + "/");
@@ -272,6 +277,7 @@ bool RemoveFTPFolderAndFiles(Core& core, const std::string& folder_path) {
 
 bool SetCurrentDirectory(Core& core, const std::string& directory_path) {
   return Guarded(core, "SetCurrentDirectory", false, [&] {
+    RequireOneLine(directory_path, "remote path");
     core.ClearLastError();
     std::string path = FormatFTPPath(ftp_text::Trim(directory_path));
     if (path.empty()) Fail(errors::kNoRemotePath);

@@ -22,6 +22,7 @@ bool DeleteRemoteFile(Core& core, const std::string& file_path) {
     core.ClearLastError();
     const std::string path = ftp_text::Trim(file_path);
     if (path.empty()) Fail(errors::kNoRemotePath);
+    RequireOneLine(path, "remote path");
     FtpSession& session = FtpSession::Of(core);
     if (!session.Connect()) return false;
     if (!session.RequireFree("DeleteFile")) return false;
@@ -38,6 +39,8 @@ bool RenameRemoteFile(Core& core, const std::string& old_name, const std::string
     const std::string to = ftp_text::Trim(new_name);
     core.ClearLastError();
     if (from.empty() || to.empty()) Fail(errors::kNoRemotePath);
+    RequireOneLine(from, "remote path");
+    RequireOneLine(to, "new name");
     if (from == to) return true;
     FtpSession& session = FtpSession::Of(core);
     if (!session.Connect()) return false;
@@ -55,6 +58,8 @@ std::string ExeFtpCmd(Core& core, const std::string& cmd, const std::string& arg
   try {
     core.ClearLastError();
     session.raw_reply.clear();
+    // Raw, but one command per call.
+    RequireOneLine(cmd + " " + arguments, "command");
     if (!session.Connect()) return {};
     if (!session.RequireFree("ExeFtpCmd")) return ErrorResult(core);
     core.BeginAsyncMethod(arguments == kCommandTestMarker ? opCommandTest : opRawCommand);

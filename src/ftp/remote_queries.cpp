@@ -6,6 +6,7 @@
 #include "component/core.h"
 #include "component/error_numbers.h"
 #include "component/error_object.h"
+#include "ftp/command_line.h"
 #include "ftp/data_connection.h"
 #include "ftp/ftp_text.h"
 #include "ftp/listing_parser.h"
@@ -89,6 +90,7 @@ CFtpFiles SortedByName(const CFtpFiles& files) {
 
 std::optional<CFtpFiles> GetFtpDirectoryInfo(Core& core, const std::string& directory_path) {
   return Guarded(core, "GetFtpDirectoryInfo", std::optional<CFtpFiles>(), [&] {
+    RequireOneLine(directory_path, "remote path");
     std::string path = FormatFTPPath(directory_path);
     if ((path.empty() || path.back() != '/') && path.find_first_of("*?") == std::string::npos)
       path += "/";
@@ -137,6 +139,7 @@ std::optional<CFtpFiles> GetFtpFolderEntries(Core& core, const std::string& fold
 
 std::optional<CFtpFile> GetFtpFileInfo(Core& core, const std::string& file_path) {
   return Guarded(core, "GetFtpFileInfo", std::optional<CFtpFile>(), [&] {
+    RequireOneLine(file_path, "remote path");
     const std::string path = FormatFTPPath(file_path);
     if (path.empty()) Fail(errors::kNoRemotePath);
     // Connected first: the login's feature probe may still change the list command.
@@ -161,6 +164,7 @@ std::optional<CFtpFile> GetFtpFileInfo(Core& core, const std::string& file_path)
 double GetFtpFileSize(Core& core, const std::string& file_path) {
   return Guarded(core, "GetFtpFileSize", -2.0, [&] {
     if (file_path.empty()) Fail(errors::kNoRemotePath);
+    RequireOneLine(file_path, "remote path");
     // A -1 left by an earlier query must not answer this one.
     DataConnection::Of(core).remote_size = -2;
     if (const auto entry = GetFtpFileInfo(core, file_path)) return entry->FileSize();

@@ -2,11 +2,14 @@
 // policy, connecting, the wait and the outcome of each file.
 #include "http/http_downloader.h"
 
+#include <algorithm>
+#include <cctype>
 #include <vector>
 
 #include "component/core.h"
 #include "component/error_numbers.h"
 #include "component/error_object.h"
+#include "ftp/command_line.h"
 #include "ftp/session.h"
 #include "http/http_support.h"
 #include "local/cfile.h"
@@ -243,8 +246,27 @@ bool HttpDownloader::FileSteps(int rename_depth) {
   return Finish();
 }
 
+namespace {
+
+// "name:" before any "/", "?" or "#" starts an absolute URL of that scheme (RFC 3986 3.1).
+bool HasScheme(std::string_view location) {
+  const std::size_t colon = location.find(':');
+  if (colon == 0 || colon == std::string_view::npos) return false;
+  if (location.find_first_of("/?#") < colon) return false;
+  if (!std::isalpha(static_cast<unsigned char>(location[0]))) return false;
+  return std::all_of(location.begin(), location.begin() + static_cast<std::ptrdiff_t>(colon), [](char c) {
+    return std::isalnum(static_cast<unsigned char>(c)) || c == '+' || c == '-' || c == '.';
+  });
+}
+
+}  // namespace
+
 std::string HttpDownloader::ResolveLocation(const std::string& location) const {
   if (StartsWithNoCase(location, "http://") || StartsWithNoCase(location, "https://")) return location;
+  // Another scheme (ftp://, file:, gopher://...) would send an HTTP request to a port that
+  // speaks another protocol, or read what is not the server's to give.
+  if (HasScheme(location))
+    Fail(errors::kRedirectScheme, GetErrorText(errors::kRedirectScheme) + " [ " + VisibleControls(location) + " ]");
   const std::string scheme = https_ ? "https:" : "http:";
   if (location.starts_with("//")) return scheme + location;
   const std::string origin = scheme + "//" + url_host_ + ":" + std::to_string(url_port_);
@@ -296,6 +318,9 @@ void HttpDownloader::PrepareFile() {
 
 void HttpDownloader::ParseUrl() {
   std::string& url = core_.settings.remote_path;
+  // Host, path, query and user info all end up in the request line or a header.
+  RequireOneLine(url, "URL");
+  RequireOneLine(core_.settings.proxy_server, "proxy server");
   https_ = StartsWithNoCase(url, "https://");
   tunnel_pending_ = false;
   tunnel_reply_.clear();

@@ -263,6 +263,10 @@ std::size_t HttpDownloader::ProcessHeader(const std::string& response, std::size
     core_.transfer.progress.file_size = 0;
     return header_end + 4;
   }
+  if (!MHttpSupport::ContentLengthsAgree(header)) {
+    LogHeaderError(response);
+    Fail(errors::kConflictingLength);
+  }
   const double length = MHttpSupport::GetContentLength(header);
   if (length < 1) {
     LogHeaderError(response);
@@ -305,17 +309,24 @@ void HttpDownloader::WriteBody(const char* data, std::size_t n) {
 void HttpDownloader::WriteFileBytes(const char* data, std::size_t n) {
   TransferEngine& engine = TransferEngine::Of(core_);
   if (engine.remote_size <= 0) Fail(errors::kNoFileSize, MHttpSupport::GetHttpErrorText(errors::kNoFileSize));
-  // Bytes beyond the announced length are not part of the file.
-  const double room = engine.remote_size - engine.bytes;
-  if (room <= 0) return;
+  // Bytes beyond the announced length are not part of the file: the announced part is kept
+  // (a resume can finish it) and the download fails, since the server contradicts itself.
+  const double room = std::max(0.0, engine.remote_size - engine.bytes);
+  const bool too_many = static_cast<double>(n) > room;
   n = static_cast<std::size_t>(std::min(static_cast<double>(n), room));
-  if (!engine.file.IsOpen()) OpenBodyFile();
-  if (!engine.file.Write(data, n)) {
-    Fail(errors::kOpenFileFailed, ErrorTextWithPath(errors::kOpenFileFailed, core_.settings.local_path));
+  if (n > 0) {
+    if (!engine.file.IsOpen()) OpenBodyFile();
+    if (!engine.file.Write(data, n)) {
+      Fail(errors::kOpenFileFailed, ErrorTextWithPath(errors::kOpenFileFailed, core_.settings.local_path));
+    }
+    engine.bytes += static_cast<double>(n);
+    core_.transfer.progress.job_bytes_moved += static_cast<double>(n);
+    UpdateProgress();
   }
-  engine.bytes += static_cast<double>(n);
-  core_.transfer.progress.job_bytes_moved += static_cast<double>(n);
-  UpdateProgress();
+  if (too_many) {
+    Fail(errors::kMoreThanSize, GetErrorText(errors::kMoreThanSize) + " (Content-Length " +
+                                    NumberText(engine.remote_size) + ") [ " + core_.settings.remote_path + " ]");
+  }
 }
 
 void HttpDownloader::UpdateProgress() {

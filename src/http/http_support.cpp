@@ -58,6 +58,30 @@ double GetContentLength(std::string_view header) {
   return ec == std::errc() && ptr == end ? number : 0;
 }
 
+bool ContentLengthsAgree(std::string_view header) {
+  constexpr std::string_view kName = "content-length:";
+  std::string first;
+  bool seen = false;
+  for (std::size_t pos = 0; pos < header.size();) {
+    std::size_t end = header.find('\n', pos);
+    if (end == std::string::npos) end = header.size();
+    const std::string_view line = header.substr(pos, end - pos);
+    pos = end + 1;
+    if (line.size() < kName.size() || Lower(line.substr(0, kName.size())) != kName) continue;
+    std::string_view value = line.substr(kName.size());
+    const std::size_t a = value.find_first_not_of(" \t\r");
+    const std::size_t b = value.find_last_not_of(" \t\r");
+    value = a == std::string_view::npos ? std::string_view() : value.substr(a, b - a + 1);
+    if (!seen) {
+      first = std::string(value);
+      seen = true;
+    } else if (value != first) {
+      return false;
+    }
+  }
+  return true;
+}
+
 std::string GetStatusLine(std::string_view header) {
   std::string_view chosen;
   bool first = true;

@@ -13,6 +13,9 @@ namespace quorvi::detail::MHttpSupport {
 std::string GetHeaderValue(std::string_view header, std::string_view name);
 /// Content-Length as a number (the part before an "HTTP" glued to the value); 0 on any failure.
 double GetContentLength(std::string_view header);
+/// False when the header has two Content-Length lines whose values differ (a response that
+/// reads as two different files to two readers).
+bool ContentLengthsAgree(std::string_view header);
 /// The status of the first line starting with "HTTP/" (else the first line): the text after its
 /// first blank, e.g. "200 OK".
 std::string GetStatusLine(std::string_view header);

@@ -2,6 +2,7 @@
 
 #include "component/error_numbers.h"
 #include "component/error_object.h"
+#include "ftp/command_line.h"
 #include "ftp/data_connection.h"
 #include "ftp/ftp_text.h"
 #include "ftp/listing_parser.h"
@@ -318,6 +319,12 @@ bool DownloadEngine::OneBody(bool create_folder) {
     engine_.local_size = LocalSize(s.local_path);
   }
 
+  // A name with a line break or NUL (a listing's, say) is never sent: this file fails, a
+  // job goes on with the next.
+  if (!FitsOneLine(s.remote_path)) {
+    engine_.attempt = s.redo_limit;
+    RequireOneLine(s.remote_path, "remote path");
+  }
   // A name the code page cannot hold would reach the server as another name ("??.txt").
   if (session_.Connected() && !session_.WireCanCarry(s.remote_path)) {
     engine_.attempt = s.redo_limit;

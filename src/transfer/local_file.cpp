@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <algorithm>
 #include <functional>
 #include <string_view>
 
@@ -18,6 +19,7 @@
 #include "platform/event_pump.h"
 #include "transfer/download_engine_base.h"
 #include "transfer/transfer_event.h"
+#include "transfer/transfer_lists.h"
 
 namespace quorvi::detail {
 
@@ -44,12 +46,44 @@ class EngineSide : public TransferSide {
   void DataConnected() override { StartTransferCommand(core_); }
 
   void DataArrived(std::string_view bytes) override {
-    if (bytes.empty()) return;
-    if (!engine_.file.IsOpen() && !OpenDownloadFile(core_)) return;
+    if (bytes.empty() || core_.error().Number() != 0) return;
+    // Bytes past the known size (or past MaxSize when none is known) are not the file's: the
+    // true part is kept, for a resume, and the rest is refused before it fills the disk.
+    const double limit = Limit();
+    const bool too_many = limit >= 0 && engine_.bytes + static_cast<double>(bytes.size()) > limit;
+    if (too_many) bytes = bytes.substr(0, static_cast<std::size_t>(std::max(0.0, limit - engine_.bytes)));
+    if (!bytes.empty() && !WriteBlock(bytes)) return;
+    if (too_many) RefuseExcess(limit);
+  }
+
+  // The byte count a download may not pass; -1 for none. In ASCII mode the server may turn
+  // each LF into CR LF, so up to twice the listed size is still the file.
+  double Limit() const {
+    const auto& s = core_.settings;
+    if (!s.without_list) return engine_.remote_size * (s.transfer_mode == FTP_ASCII_MODE ? 2 : 1);
+    return s.max_size > 0 ? s.max_size : -1;
+  }
+
+  void RefuseExcess(double limit) {
+    engine_.attempt = core_.settings.redo_limit;  // the server would lie again
+    const std::string& path = core_.settings.remote_path;
+    if (core_.settings.without_list) {
+      RecordError("DataArrived", errors::kTooLarge, MaxSizeText(limit) + " [ " + path + " ]");
+    } else {
+      RecordError("DataArrived", errors::kMoreThanSize,
+                  GetErrorText(errors::kMoreThanSize) + " (" + NumberText(limit) + ") [ " + path + " ]");
+    }
+    // The server's reply to the close is a late one: it must not replace this error.
+    DataConnection::Of(core_).CloseDataConnection();
+    if (core_.rt.operation == opDownload) core_.EndAsyncMethod();
+  }
+
+  bool WriteBlock(std::string_view bytes) {
+    if (!engine_.file.IsOpen() && !OpenDownloadFile(core_)) return false;
     errno = 0;
     if (!engine_.file.Write(bytes.data(), bytes.size())) {
       RecordLocalFailure(core_, "DataArrived", errors::kOpenFileFailed, errno);
-      return;
+      return false;
     }
     // Data flows again: the retry notice is over and the file earns its retries back, as an
     // upload does when its chunks go out.
@@ -58,6 +92,7 @@ class EngineSide : public TransferSide {
     core_.transfer.progress.DownloadBlock(static_cast<double>(bytes.size()), engine_.bytes,
                                           engine_.remote_size, core_.settings.without_list,
                                           Counters(), Settings(), RaiseEvent());
+    return true;
   }
 
   void CloseLocalFile() override { engine_.file.Close(); }

@@ -2,6 +2,7 @@
 
 #include "component/error_numbers.h"
 #include "component/error_object.h"
+#include "ftp/command_line.h"
 #include "ftp/ftp_text.h"
 #include "ftp/remote_directory_ops.h"
 #include "ftp/remote_queries.h"
@@ -380,6 +381,12 @@ bool UploadEngine::OneBody(bool create_folder) {
   CheckMaxSize(engine_.local_size, s.max_size, "UpLoadOne");
   WriteLog("Upload.ReplaceSetting=" + std::to_string(s.replace_setting));
 
+  // A name with a line break or NUL (a listing's, say) is never sent: this file fails, a
+  // job goes on with the next.
+  if (!FitsOneLine(s.remote_path)) {
+    engine_.attempt = s.redo_limit;
+    RequireOneLine(s.remote_path, "remote path");
+  }
   // A name the code page cannot hold would reach the server as another name ("??.txt").
   if (session_.Connected() && !session_.WireCanCarry(s.remote_path)) {
     engine_.attempt = s.redo_limit;

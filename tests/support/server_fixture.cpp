@@ -28,7 +28,7 @@ struct KindInfo {
 
 // In ServerKind's order. Each program is apt-installed or unpacked by install.sh under
 // /opt/ftpsrv (the default FTPSRV_PREFIX).
-constexpr std::array<KindInfo, 6> kKinds{{
+constexpr std::array<KindInfo, 7> kKinds{{
     {"vsftpd", "start-vsftpd.sh", "vsftpd.log", {"/usr/sbin/vsftpd"}, true},
     {"pure-ftpd", "start-pure-ftpd.sh", "xfer.log",
      {"/opt/ftpsrv/pure-ftpd/usr/sbin/pure-ftpd", "/usr/sbin/pure-ftpd"}, true},
@@ -39,6 +39,7 @@ constexpr std::array<KindInfo, 6> kKinds{{
     {"nginx", "start-nginx.sh", "access.log", {"/usr/sbin/nginx"}, false},
     {"tinyproxy", "start-tinyproxy.sh", "tinyproxy.log",
      {"/usr/bin/tinyproxy", "/usr/sbin/tinyproxy"}, false},
+    {"hostile-http", "start-hostile-http.sh", "requests.log", {"/usr/bin/python3"}, false},
 }};
 
 const KindInfo& Info(ServerKind kind) { return kKinds[static_cast<std::size_t>(kind)]; }

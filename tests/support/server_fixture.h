@@ -28,6 +28,7 @@ enum class ServerKind {
   FaultFtpd,  ///< pyftpdlib with scripted faults (args: --fault NAME, --reply CMD=TEXT, ...)
   Nginx,      ///< HTTP/1.1 server over the root (Range, 206/416/404)
   Tinyproxy,  ///< HTTP proxy (GET and CONNECT)
+  HostileHttp,  ///< hostile_http.py: size lies, two lengths, redirects to other schemes
 };
 
 /// Display name of a kind ("vsftpd", "pure-ftpd", ...).

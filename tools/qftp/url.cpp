@@ -40,7 +40,11 @@ std::string PercentDecode(std::string_view text) {
     const int high = i + 2 < text.size() ? HexValue(text[i + 1]) : -1;
     const int low = high >= 0 ? HexValue(text[i + 2]) : -1;
     if (low < 0) throw UsageError{"bad %-escape in URL: " + std::string(text)};
-    out += static_cast<char>(high * 16 + low);
+    const char decoded = static_cast<char>(high * 16 + low);
+    // %0D, %0A or %00 would become a second command or cut a name short on the server.
+    if (decoded == '\r' || decoded == '\n' || decoded == '\0')
+      throw UsageError{"the URL contains an encoded line break or NUL (%0D, %0A, %00); refused"};
+    out += decoded;
     i += 2;
   }
   return out;
@@ -48,6 +52,8 @@ std::string PercentDecode(std::string_view text) {
 
 FtpUrl ParseFtpUrl(std::string_view text) {
   FtpUrl url;
+  if (text.find_first_of(std::string_view("\r\n\0", 3)) != std::string_view::npos)
+    throw UsageError{"the URL contains a line break or NUL; refused"};
   const bool secure = StartsWithNoCase(text, "ftps://");
   url.security = secure ? 2 : 0;
   std::string_view rest = text.substr(secure ? 7 : 6);

@@ -20,10 +20,11 @@ struct FtpUrl {
 bool IsFtpUrl(std::string_view text);
 
 /// The parts of an ftp:// or ftps:// URL. Throws UsageError for a malformed one (no host, a
-/// port that is not 1..65535, a bad %-escape).
+/// port that is not 1..65535, a bad %-escape, a line break or NUL raw or encoded).
 FtpUrl ParseFtpUrl(std::string_view text);
 
-/// %XY escapes decoded; throws UsageError for a "%" not followed by two hex digits.
+/// %XY escapes decoded; throws UsageError for a "%" not followed by two hex digits and for
+/// %0D, %0A and %00 (a line break or NUL never reaches a command line).
 std::string PercentDecode(std::string_view text);
 
 }  // namespace qftp

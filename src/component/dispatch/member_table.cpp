@@ -220,6 +220,8 @@ std::vector<MemberRow> BuildRows() {
       QV_RW(FileTypeAllow, ""),
       QV_RW(FileTypeForbid, ""),
       QV_W(MaxSize, double, 0.0),
+      QV_RW(MaxListingBytes, 64.0),
+      QV_RW(MaxListingEntries, 500000),
       QV_W(MKDCheckExist, bool, false),
       QV_W(MKDInfo, std::string, ""),
       QV_W(ShowTotalPercent, bool, false),

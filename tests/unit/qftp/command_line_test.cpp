@@ -126,7 +126,10 @@ TEST(QftpCommandLine, UrlsGiveTheServerAndThePath) {
     EXPECT_EQ(url.path, c.path);
   }
   for (const char* bad : {"ftp:///x", "ftp://h:0/", "ftp://h:99999/", "ftp://h:2x/",
-                          "ftp://[::1/x", "ftp://h/%zz", "ftp://h/%4"}) {
+                          "ftp://[::1/x", "ftp://h/%zz", "ftp://h/%4",
+                          // a line break or NUL, encoded or raw, in path, user or password
+                          "ftp://h/a%0d%0aDELE%20v", "ftp://h/a%0Av", "ftp://h/v%00.bak",
+                          "ftp://u%0d%0aDELE%20v:p@h/", "ftp://u:p%0a@h/", "ftp://h/a\r\nDELE v"}) {
     EXPECT_THROW(ParseFtpUrl(bad), UsageError) << bad;
   }
 
