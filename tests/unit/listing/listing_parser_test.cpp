@@ -59,7 +59,7 @@ std::vector<Entry> ExpectedTree(bool mlsd) {
       {"empty.bin", false, 0, "2026-11-22 20:15"},
       {"gr\xC3\xB6\xC3\x9F" "e.txt", false, 2, "2026-11-22 20:15"},
       // A link is never a folder, whatever it points to.
-      {"link", false, mlsd ? 0.0 : 5.0, "2026-11-22 20:15", true},
+      {"link", false, 5, "2026-11-22 20:15", true},
       {"readme", false, 4, "2026-11-22 20:15"},
       {"sub dir", true, mlsd ? 0.0 : 4096.0, mlsd ? "2009-01-15 10:30" : "2009-01-15 00:00"},
       {"\xC3\x9Cn\xC3\xAF" "code", true, mlsd ? 0.0 : 4096.0, "2026-11-22 20:15"},
@@ -92,8 +92,8 @@ TEST_F(ListingParser, RealServerSamples) {
       {"vsftpd_list_al.txt", false, "1001", "0"},  // with "." and ".."
       {"pure-ftpd_list.txt", false, "1001", "0"},
       {"proftpd_list.txt", false, "ftptest", "root"},
-      {"pure-ftpd_mlsd.txt", true, "", ""},
-      {"proftpd_mlsd.txt", true, "", ""},
+      {"pure-ftpd_mlsd.txt", true, "1001", "0"},       // UNIX.uid, UNIX.gid
+      {"proftpd_mlsd.txt", true, "ftptest", "ftptest"},  // UNIX.ownername, UNIX.groupname
   };
   for (const auto& c : cases) {
     const std::string text = Sample(c.file);
@@ -107,7 +107,7 @@ TEST_F(ListingParser, RealServerSamples) {
       const CFtpFile* a = files->Item("A.TXT");
       EXPECT_EQ(a->Owner(), c.owner) << c.file;
       EXPECT_EQ(a->Group(), c.group) << c.file;
-      EXPECT_EQ(a->Permissions(), c.mlsd ? "" : "-rw-r--r--") << c.file;
+      EXPECT_EQ(a->Permissions(), "-rw-r--r--") << c.file;  // MLSD: from UNIX.mode
     }
   }
 }
