@@ -49,8 +49,11 @@ std::optional<CivilTime> DosDate(std::string_view text, int current_year) {
   CivilTime date;
   if (widths[0] == 4) {
     date = {(*parts)[0], (*parts)[1], (*parts)[2], 0, 0, 0};
-  } else if (widths[2] == 4 || widths[2] == 2) {
-    const int year = widths[2] == 4 ? (*parts)[2] : FullYear((*parts)[2], current_year);
+  } else if (widths[2] >= 2 && widths[2] <= 4) {
+    // Three digits: years since 1900 from servers that were not ready for 2000 ("04-23-103").
+    const int year = widths[2] == 4   ? (*parts)[2]
+                     : widths[2] == 3 ? 1900 + (*parts)[2]
+                                      : FullYear((*parts)[2], current_year);
     const bool day_first = text.find('.') != std::string_view::npos;
     date = {year, (*parts)[day_first ? 1 : 0], (*parts)[day_first ? 0 : 1], 0, 0, 0};
   } else {

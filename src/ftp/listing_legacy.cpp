@@ -95,17 +95,39 @@ bool IsKnownHeader(std::string_view line) {
          Contains(line, "Last Modification");
 }
 
+// The columns after a VMS name, in whatever order the server puts them.
+bool TakeVmsColumn(const Field& field, Entry& entry, std::optional<CivilTime>& date) {
+  const std::string_view t = field.text;
+  if (t.starts_with('[') && t.ends_with(']')) {
+    entry.owner = std::string(t.substr(1, t.size() - 2));
+  } else if (t.starts_with('(') && t.ends_with(')')) {
+    entry.permissions = std::string(t.substr(1, t.size() - 2));
+  } else if (auto day = DayMonthYear(t, 2000)) {
+    date = day;
+  } else if (date && t.find(':') != std::string_view::npos) {
+    return ReadClock(t, "", *date);
+  } else if (const auto blocks = VmsBlocks(t)) {
+    entry.size = blocks;
+  } else if (t.ends_with("B") && t.size() > 2 && ScaledSize(t.substr(0, t.size() - 1))) {
+    entry.size = ScaledSize(t.substr(0, t.size() - 1));  // "2KB"
+  } else if (entry.owner.empty() && t.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_$,") ==
+                                        std::string_view::npos) {
+    entry.owner = std::string(t);  // an owner without brackets
+  } else {
+    return false;
+  }
+  return true;
+}
+
 // "CII-MANUAL.TEX;1  213/216  29-JAN-1996 03:33:12  [ANONYMOU,ANONYMOUS]  (RWED,RWED,,)"
 Outcome ReadVms(std::string_view line, Entry& entry) {
-  const auto f = Fields(line, 6);
-  if (f.size() < 4 || f[0].at != 0 || !IsVmsName(f[0].text)) return Outcome::kNotUnderstood;
-  auto date = DayMonthYear(f[2].text, 2000);
-  entry.size = VmsBlocks(f[1].text);
-  if (!date || !entry.size || !ReadClock(f[3].text, "", *date) || !ValidDate(*date))
-    return Outcome::kNotUnderstood;
+  const auto f = Fields(line, 8);
+  if (f.size() < 3 || f[0].at != 0 || !IsVmsName(f[0].text)) return Outcome::kNotUnderstood;
+  std::optional<CivilTime> date;
+  for (std::size_t i = 1; i < f.size(); ++i)
+    if (!TakeVmsColumn(f[i], entry, date)) return Outcome::kNotUnderstood;
+  if (!date || !entry.size || !ValidDate(*date)) return Outcome::kNotUnderstood;
   entry.time = date;
-  if (f.size() > 4 && f[4].text.starts_with('[')) entry.owner = std::string(f[4].text);
-  if (f.size() > 5 && f[5].text.starts_with('(')) entry.permissions = std::string(f[5].text);
   std::string_view name = f[0].text.substr(0, f[0].text.rfind(';'));
   if (name.size() > 4 && StartsWithNoCase(name.substr(name.size() - 4), ".dir")) {
     name.remove_suffix(4);

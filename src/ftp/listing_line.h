@@ -65,6 +65,11 @@ Outcome ReadOs400(std::string_view line, const LineContext& context, Entry& entr
 Outcome ReadTandem(std::string_view line, const LineContext& context, Entry& entry);
 Outcome ReadOs9(std::string_view line, const LineContext& context, Entry& entry);
 Outcome ReadZvm(std::string_view line, Entry& entry);
+Outcome ReadVShell(std::string_view line, Entry& entry);
+Outcome ReadNumericUnix(std::string_view line, Entry& entry);
+Outcome ReadWfFtp(std::string_view line, Entry& entry);
+/// Seconds since 1970 (UTC) as a date-time; nothing past 9999.
+std::optional<CivilTime> TimeFromUnixSeconds(std::string_view text);
 /// Header, rule and summary lines of the formats above ("Total of 3 files", "------").
 bool IsKnownHeader(std::string_view line);
 /// A VMS name alone on its line ("LONG_NAME.TXT;12"): its details follow on the next line.
@@ -108,6 +113,9 @@ int MonthByName(std::string_view text);
 /// A DOS-style date: "01-15-09", "01-15-2009", "2002-09-02", "2002/09/02", "15.01.2009"
 /// (month before day unless the year comes first or dots are used). Time fields are 0.
 std::optional<CivilTime> DosDate(std::string_view text, int current_year);
+/// The sign after a number in CJK dates ("月", "日", "年" in UTF-8 or a legacy code page): one
+/// to three bytes, the first not ASCII.
+bool IsNumberSign(std::string_view sign);
 /// "YYYY-MM-DD HH:MM:SS".
 std::string DateText(const CivilTime& time);
 

@@ -104,20 +104,6 @@ bool LooksLikeFacts(std::string_view facts) {
   return true;
 }
 
-// The UTC date-time of seconds since 1970 (days to a civil date as in H. Hinnant's
-// well-known algorithm).
-CivilTime FromUnixSeconds(std::uint64_t seconds) {
-  const auto days = static_cast<long long>(seconds / 86400);
-  const auto rest = static_cast<int>(seconds % 86400);
-  const long long z = days + 719468, era = z / 146097, doe = z - era * 146097;
-  const long long yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
-  const long long doy = doe - (365 * yoe + yoe / 4 - yoe / 100), mp = (5 * doy + 2) / 153;
-  const int month = static_cast<int>(mp < 10 ? mp + 3 : mp - 9);
-  return {static_cast<int>(yoe + era * 400 + (month <= 2)), month,
-          static_cast<int>(doy - (153 * mp + 2) / 5 + 1), rest / 3600, rest % 3600 / 60,
-          rest % 60};
-}
-
 }  // namespace
 
 Outcome ReadMlsd(std::string_view line, const LineContext& context, Entry& entry) {
@@ -168,9 +154,8 @@ Outcome ReadEplf(std::string_view line, Entry& entry) {
       entry.size = Size(fact.substr(1));
       if (!entry.size) return Outcome::kNotUnderstood;
     } else if (fact[0] == 'm') {
-      const auto seconds = Size(fact.substr(1));
-      if (!seconds || *seconds > 253402300799ULL) return Outcome::kNotUnderstood;
-      entry.time = FromUnixSeconds(*seconds);
+      entry.time = TimeFromUnixSeconds(fact.substr(1));
+      if (!entry.time) return Outcome::kNotUnderstood;
       entry.time_is_utc = true;
     }
   }

@@ -23,10 +23,12 @@ constexpr MonthName kMonthNames[] = {
     {"august", 8}, {"sept", 9}, {"september", 9}, {"october", 10}, {"november", 11},
     {"december", 12},
     // German
-    {"m\xC3\xA4r", 3}, {"mrz", 3}, {"mai", 5}, {"okt", 10}, {"dez", 12}, {"j\xC3\xA4n", 1},
+    {"m\xC3\xA4r", 3}, {"m\xC3\xA4rz", 3}, {"mrz", 3}, {"mai", 5}, {"juni", 6}, {"juli", 7},
+    {"okt", 10}, {"dez", 12}, {"j\xC3\xA4n", 1},
     // French
     {"janv", 1}, {"f\xC3\xA9v", 2}, {"f\xC3\xA9vr", 2}, {"mars", 3}, {"avr", 4}, {"juin", 6},
-    {"juil", 7}, {"ao\xC3\xBB", 8}, {"ao\xC3\xBBt", 8}, {"d\xC3\xA9" "c", 12},
+    {"juil", 7}, {"jui", 7}, {"ao\xC3\xBB", 8}, {"ao\xC3\xBBt", 8}, {"aout", 8}, {"fevr", 2},
+    {"d\xC3\xA9" "c", 12},
     // Spanish and Portuguese
     {"ene", 1}, {"abr", 4}, {"ago", 8}, {"dic", 12}, {"fev", 2}, {"set", 9}, {"out", 10},
     {"dez", 12},
@@ -34,10 +36,10 @@ constexpr MonthName kMonthNames[] = {
     {"gen", 1}, {"mag", 5}, {"giu", 6}, {"lug", 7}, {"ott", 10},
     // Dutch
     {"mrt", 3}, {"mei", 5},
-    // Swedish, Norwegian, Danish
-    {"maj", 5},
+    // Swedish, Norwegian, Danish; Slovenian
+    {"maj", 5}, {"avg", 8},
     // Hungarian
-    {"m\xC3\xA1rc", 3}, {"\xC3\xA1pr", 4}, {"m\xC3\xA1j", 5}, {"j\xC3\xBAn", 6},
+    {"febr", 2}, {"m\xC3\xA1rc", 3}, {"\xC3\xA1pr", 4}, {"m\xC3\xA1j", 5}, {"j\xC3\xBAn", 6},
     {"j\xC3\xBAl", 7}, {"szept", 9},
     // Polish
     {"sty", 1}, {"lut", 2}, {"kwi", 4}, {"cze", 6}, {"lip", 7}, {"sie", 8}, {"wrz", 9},
@@ -63,22 +65,27 @@ constexpr MonthName kMonthNames[] = {
 };
 // clang-format on
 
-// "3月" (Japanese, Chinese) and "3월" (Korean): a month number with its sign.
+// "3月" (Japanese, Chinese), "3월" (Korean), or the same in a legacy code page (Shift-JIS,
+// EUC-KR): a month number followed by its sign, which is one to three non-ASCII bytes.
 int NumberedMonth(std::string_view text) {
-  static constexpr std::array<std::string_view, 2> kSigns = {"\xE6\x9C\x88", "\xEC\x9B\x94"};
-  for (const auto sign : kSigns) {
-    if (!text.ends_with(sign)) continue;
-    const auto number = SmallNumber(text.substr(0, text.size() - sign.size()));
-    return number && *number >= 1 && *number <= 12 ? *number : 0;
-  }
-  return 0;
+  const auto digits = text.find_first_not_of("0123456789");
+  if (digits == 0 || digits == std::string_view::npos || digits > 2 ||
+      !IsNumberSign(text.substr(digits)))
+    return 0;
+  const auto number = SmallNumber(text.substr(0, digits));
+  return number && *number >= 1 && *number <= 12 ? *number : 0;
 }
 
 }  // namespace
 
+bool IsNumberSign(std::string_view sign) {
+  if (sign.empty() || sign.size() > 3 || static_cast<unsigned char>(sign[0]) < 0x80) return false;
+  return true;
+}
+
 int MonthByName(std::string_view text) {
-  if (text.ends_with('.')) text.remove_suffix(1);
-  if (text.size() < 3 || text.size() > 12) return 0;
+  while (!text.empty() && (text.back() == '.' || text.back() == ',')) text.remove_suffix(1);
+  if (text.size() < 2 || text.size() > 12) return 0;
   if (const int numbered = NumberedMonth(text)) return numbered;
   std::string lower(text);
   for (char& c : lower)

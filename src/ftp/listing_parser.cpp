@@ -36,6 +36,9 @@ Outcome ReadLine(std::string_view line, const LineContext& context, Entry& entry
       {"vxworks", [&] { return ReadVxWorks(line, entry); }},
       {"os2", [&] { return ReadOs2(line, context, entry); }},
       {"mvs", [&] { return ReadMvs(line, entry); }},
+      {"vshell", [&] { return ReadVShell(line, entry); }},
+      {"unix", [&] { return ReadNumericUnix(line, entry); }},
+      {"wfftp", [&] { return ReadWfFtp(line, entry); }},
   };
   for (const auto& [format, read] : readers)
     if (const Outcome outcome = attempt(format, read); outcome != Outcome::kNotUnderstood)

@@ -155,7 +155,7 @@ std::optional<CFtpFiles> RunListing(Core& core, const ListingPlan& plan, Restore
   std::optional<CFtpFiles> files;
   if (core.error().Number() == 0 && (!IsBlank(text) || plan.explicit_folder)) {
     listing.last_text = text;
-    files = GetFileListX(text, {plan.parent, CurrentYear()});
+    files = GetFileListX(text, {plan.parent, CurrentYear(), {}, core.rt.list_command == "MLSD"});
     if (!IsBlank(text) && !files) {
       WriteLog(std::to_string(text.size()) + "--GetRMInfo--" + plan.path +
                "---------------------------\n" + text + "\n---------------------------");

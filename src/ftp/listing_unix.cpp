@@ -14,6 +14,7 @@ struct DateMatch {
   CivilTime time;
   bool has_year = false;
   std::size_t last = 0;  // index of the date's last field
+  bool padded = false;   // a date without its time column: blanks pad it before the name
 };
 
 // Where a date was found and what stands before it.
@@ -24,32 +25,37 @@ struct Anchor {
 
 using FieldList = std::vector<Field>;
 
+// "-rw-r--r--", "drwxr-xr-x+" (ACL), "-C--E-----FTP" (Connect:Enterprise: flags and a protocol).
 bool IsPermissions(std::string_view text) {
-  if (text.size() == 11 && std::string_view("+.@*").find(text.back()) != std::string_view::npos)
-    text.remove_suffix(1);
-  if (text.size() != 10 || std::string_view("-dlcbpsDfn").find(text[0]) == std::string_view::npos)
+  if (text.size() < 10 || text.size() > 13 ||
+      std::string_view("-dlcbpsDfn").find(text[0]) == std::string_view::npos)
     return false;
-  return text.substr(1).find_first_not_of("rwxsStTlL-") == std::string_view::npos;
+  const std::string_view bits = text.substr(1, 9);
+  if (bits.find_first_not_of("rwxsStTlL-") == std::string_view::npos)
+    return text.size() == 10 || (text.size() == 11 && std::string_view("+.@*").find(text[10]) !=
+                                                           std::string_view::npos);
+  return bits.find('-') != std::string_view::npos &&
+         text.substr(1).find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ-") == std::string_view::npos;
 }
 
-// A day of the month, with the marks some languages add ("08,", "12.", "12日", "12일").
+// The number a field starts with and the mark some languages put after it ("08,", "12.",
+// "12日", "2003年"); nothing for any other text or a number of another width.
+std::optional<int> MarkedNumber(std::string_view text, std::size_t min_digits,
+                                std::size_t max_digits) {
+  const auto end = std::min(text.find_first_not_of("0123456789"), text.size());
+  if (end < min_digits || end > max_digits) return std::nullopt;
+  const std::string_view mark = text.substr(end);
+  if (!mark.empty() && mark != "." && mark != "," && !IsNumberSign(mark)) return std::nullopt;
+  return SmallNumber(text.substr(0, end));
+}
+
 int Day(std::string_view text) {
-  for (std::string_view mark : {",", ".", "\xE6\x97\xA5", "\xEC\x9D\xBC"})
-    if (text.ends_with(mark)) {
-      text.remove_suffix(mark.size());
-      break;
-    }
-  const auto day = text.size() <= 2 ? SmallNumber(text) : std::nullopt;
+  const auto day = MarkedNumber(text, 1, 2);
   return day && *day >= 1 && *day <= 31 ? *day : 0;
 }
 
 int Year(std::string_view text) {
-  for (std::string_view mark : {".", "\xE5\xB9\xB4", "\xEB\x85\x84"})
-    if (text.ends_with(mark)) {
-      text.remove_suffix(mark.size());
-      break;
-    }
-  const auto year = text.size() == 4 ? SmallNumber(text) : std::nullopt;
+  const auto year = MarkedNumber(text, 4, 4);
   return year && *year >= 1900 && *year < 2200 ? *year : 0;
 }
 
@@ -104,14 +110,52 @@ std::optional<DateMatch> IsoDate(const FieldList& f, std::size_t i) {
     return std::nullopt;
   DateMatch m;
   m.time.year = Year(t.substr(0, 4));
-  const auto month = SmallNumber(t.substr(5, 2));
-  const auto day = SmallNumber(t.substr(8, 2));
-  if (m.time.year == 0 || !month || !day) return std::nullopt;
-  m.time.month = *month;
-  m.time.day = *day;
+  m.time.month = SmallNumber(t.substr(5, 2)).value_or(0);
+  m.time.day = SmallNumber(t.substr(8, 2)).value_or(0);
+  if (m.time.year == 0 || m.time.month == 0 || m.time.day == 0) return std::nullopt;
   m.has_year = true;
   m.last = i;
-  if (At(f, i + 2) && ReadClock(f[i + 1].text, "", m.time)) m.last = i + 1;
+  m.padded = true;
+  if (At(f, i + 2) && ReadClock(f[i + 1].text, "", m.time)) {
+    m.last = i + 1;
+    m.padded = false;
+  }
+  return m;
+}
+
+// "09-26 13:45", "09-26 2000" (month, day); "24-04-2003 17:12" (day first when it cannot be a
+// month); "01-jun-99".
+std::optional<DateMatch> DashDate(const FieldList& f, std::size_t i) {
+  const std::string_view t = f[i].text;
+  const auto dash = t.find('-');
+  if (!At(f, i + 1) || dash == std::string_view::npos) return std::nullopt;
+  const auto second = t.find('-', dash + 1);
+  const int a = dash <= 2 ? SmallNumber(t.substr(0, dash)).value_or(0) : 0;
+  DateMatch m;
+  if (second == std::string_view::npos) {  // "MM-DD" and a time or year
+    const int day = t.size() - dash - 1 <= 2 ? SmallNumber(t.substr(dash + 1)).value_or(0) : 0;
+    if (a == 0 || day == 0 || !At(f, i + 2) || !TimeOrYear(f[i + 1].text, m)) return std::nullopt;
+    m.time.month = a;
+    m.time.day = day;
+    m.last = i + 1;
+    return m;
+  }
+  const std::string_view middle = t.substr(dash + 1, second - dash - 1);
+  const std::string_view year_text = t.substr(second + 1);
+  const int b = middle.size() <= 2 ? SmallNumber(middle).value_or(0) : 0;
+  const int year = SmallNumber(year_text).value_or(-1);
+  if (a == 0 || year < 0 || (year_text.size() != 4 && year_text.size() != 2)) return std::nullopt;
+  m.time.year = year_text.size() == 4 ? year : FullYear(year, 2000);
+  m.time.month = b != 0 ? (a > 12 ? b : a) : MonthByName(middle);
+  m.time.day = b != 0 ? (a > 12 ? a : b) : a;
+  if (m.time.month == 0) return std::nullopt;
+  m.has_year = true;
+  m.last = i;
+  m.padded = true;
+  if (At(f, i + 2) && ReadClock(f[i + 1].text, "", m.time)) {
+    m.last = i + 1;
+    m.padded = false;
+  }
   return m;
 }
 
@@ -119,13 +163,19 @@ std::optional<DateMatch> IsoDate(const FieldList& f, std::size_t i) {
 std::optional<DateMatch> YearFirst(const FieldList& f, std::size_t i) {
   if (!At(f, i + 3)) return std::nullopt;
   DateMatch m;
-  m.time.year = f[i].text.size() > 4 ? Year(f[i].text) : 0;
+  m.time.year = Year(f[i].text);
   m.time.month = MonthByName(f[i + 1].text);
   m.time.day = Day(f[i + 2].text);
-  if (m.time.year == 0 || m.time.month == 0 || m.time.day == 0) return std::nullopt;
+  // A bare year only before a numbered month ("2003 3月 20"): "2003 Mar 20" is a size and a date.
+  const bool marked = f[i].text.size() > 4 || AllDigits(f[i + 1].text.substr(0, 1));
+  if (m.time.year == 0 || m.time.month == 0 || m.time.day == 0 || !marked) return std::nullopt;
   m.has_year = true;
   m.last = i + 2;
-  if (At(f, i + 4) && ReadClock(f[i + 3].text, "", m.time)) m.last = i + 3;
+  m.padded = true;
+  if (At(f, i + 4) && ReadClock(f[i + 3].text, "", m.time)) {
+    m.last = i + 3;
+    m.padded = false;
+  }
   return m;
 }
 
@@ -133,11 +183,11 @@ std::optional<DateMatch> YearFirst(const FieldList& f, std::size_t i) {
 std::optional<DateMatch> NumericDate(const FieldList& f, std::size_t i) {
   if (!At(f, i + 3)) return std::nullopt;
   DateMatch m;
-  const auto month = f[i].text.size() <= 2 ? SmallNumber(f[i].text) : std::nullopt;
+  const int month = f[i].text.size() <= 2 ? SmallNumber(f[i].text).value_or(0) : 0;
   m.time.day = Day(f[i + 1].text);
-  if (!month || *month < 1 || *month > 12 || m.time.day == 0 || !TimeOrYear(f[i + 2].text, m))
+  if (month < 1 || month > 12 || m.time.day == 0 || !TimeOrYear(f[i + 2].text, m))
     return std::nullopt;
-  m.time.month = *month;
+  m.time.month = month;
   m.last = i + 2;
   return m;
 }
@@ -172,7 +222,8 @@ std::optional<SizeColumn> SizeBefore(const FieldList& f, std::size_t date, char 
   }
   // Group and size run together when the group fills its column: the digits at its end.
   const auto digits = t.find_last_not_of("0123456789");
-  if (date < 4 || digits == std::string_view::npos || digits + 1 == t.size() ||
+  const bool links = AllDigits(f[1].text);  // with a link count, owner and group come first
+  if (date < (links ? 4u : 3u) || digits == std::string_view::npos || digits + 1 == t.size() ||
       t.find_first_of(":/-,.") != std::string_view::npos)
     return std::nullopt;
   column.size = Size(t.substr(digits + 1)).value_or(0);
@@ -199,7 +250,7 @@ void TakeOwner(std::string_view line, const FieldList& f, const SizeColumn& colu
 // four-digit year are looked for first; month and day as bare numbers only where none fits.
 std::optional<std::pair<Anchor, SizeColumn>> FindDate(const FieldList& f, char type) {
   using Layout = std::optional<DateMatch> (*)(const FieldList&, std::size_t);
-  static constexpr Layout kNamed[] = {MonthFirst, DayFirst, IsoDate, YearFirst};
+  static constexpr Layout kNamed[] = {MonthFirst, DayFirst, IsoDate, YearFirst, DashDate};
   static constexpr Layout kNumeric[] = {NumericDate};
   for (const auto& layouts : {std::span<const Layout>(kNamed), std::span<const Layout>(kNumeric)})
     for (std::size_t i = 2; i < f.size() && i <= 8; ++i)
@@ -214,7 +265,9 @@ std::optional<std::pair<Anchor, SizeColumn>> FindDate(const FieldList& f, char t
 Outcome Finish(std::string_view line, const Field& last, const DateMatch* date,
                const LineContext& context, Entry& entry) {
   // Exactly one blank separates the date from the name; further blanks belong to the name.
-  std::string_view name = line.substr(std::min(last.end() + 1, line.size()));
+  // Only where the time column is missing do blanks pad the date.
+  std::string_view name = date && date->padded ? RestAfter(line, last)
+                                               : line.substr(std::min(last.end() + 1, line.size()));
   if (entry.link) {
     const auto arrow = name.find(" -> ");
     if (arrow != std::string_view::npos) {
@@ -239,9 +292,12 @@ Outcome ReadUndated(std::string_view line, const FieldList& f, const LineContext
   if (!At(f, 4) || !AllDigits(f[1].text)) return Outcome::kNotUnderstood;
   for (std::size_t size_at : {std::size_t{4}, std::size_t{3}}) {
     if (!At(f, size_at + 1) || !Size(f[size_at].text)) continue;
-    // "12 Foo 15  2009 x.txt": a date column that is not a date is a damaged line.
+    // "12 Foo 15  2009 x.txt", "5 Feb 30 10:00 x": a date column that is not a date is a
+    // damaged line, not a name.
     DateMatch ignored;
-    if (At(f, size_at + 4) && Day(f[size_at + 2].text) != 0 && TimeOrYear(f[size_at + 3].text, ignored))
+    if (MonthByName(f[size_at + 1].text) != 0 ||
+        (At(f, size_at + 3) && Day(f[size_at + 2].text) != 0 &&
+         TimeOrYear(f[size_at + 3].text, ignored)))
       return Outcome::kNotUnderstood;
     entry.size = Size(f[size_at].text);
     entry.owner = std::string(f[2].text);
