@@ -135,7 +135,8 @@ bool ReadClock(std::string_view text, std::string_view suffix, CivilTime& time) 
     if (seconds.size() != 2) return false;
   }
   const int h_listed = SmallNumber(text.substr(0, colon)).value_or(-1);
-  const int minute = rest.size() == 2 ? SmallNumber(rest).value_or(-1) : -1;
+  // "00:0" (a server that drops a leading zero) is read too.
+  const int minute = !rest.empty() && rest.size() <= 2 ? SmallNumber(rest).value_or(-1) : -1;
   const int second = seconds.empty() ? 0 : SmallNumber(seconds).value_or(-1);
   if (h_listed < 0 || minute < 0 || second < 0 || minute > 59 || second > 59) return false;
   int h = h_listed;

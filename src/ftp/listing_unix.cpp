@@ -25,17 +25,30 @@ struct Anchor {
 
 using FieldList = std::vector<Field>;
 
-// "-rw-r--r--", "drwxr-xr-x+" (ACL), "-C--E-----FTP" (Connect:Enterprise: flags and a protocol).
+// "-rw-r--r--", "drwxr-xr-x+" (ACL), "drwxrwx" (Hylafax), "ar-xr-xr-x" (Plan 9 append-only),
+// "-C--E-----FTP" (Connect:Enterprise: flags and a protocol).
 bool IsPermissions(std::string_view text) {
-  if (text.size() < 10 || text.size() > 13 ||
-      std::string_view("-dlcbpsDfn").find(text[0]) == std::string_view::npos)
+  if (text.size() < 7 || text.size() > 13 ||
+      std::string_view("-dlcbpsDfna").find(text[0]) == std::string_view::npos)
     return false;
-  const std::string_view bits = text.substr(1, 9);
-  if (bits.find_first_not_of("rwxsStTlL-") == std::string_view::npos)
-    return text.size() == 10 || (text.size() == 11 && std::string_view("+.@*").find(text[10]) !=
-                                                           std::string_view::npos);
-  return bits.find('-') != std::string_view::npos &&
+  const std::string_view bits = text.substr(1, std::min<std::size_t>(9, text.size() - 1));
+  if (bits.find_first_not_of("rwxsStTlL-") == std::string_view::npos) {
+    const std::string_view rest = text.substr(1 + bits.size());
+    return rest.empty() || (rest.size() == 1 && std::string_view("+.@*").find(rest[0]) !=
+                                                    std::string_view::npos);
+  }
+  return text.size() >= 10 && bits.find('-') != std::string_view::npos &&
          text.substr(1).find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ-") == std::string_view::npos;
+}
+
+// "drwxr-xr-x1732": a link count too wide for its column runs into the permissions.
+void SplitGluedLinks(FieldList& f) {
+  if (f.empty() || f[0].text.size() <= 10 || !AllDigits(f[0].text.substr(10)) ||
+      !IsPermissions(f[0].text.substr(0, 10)))
+    return;
+  const Field links{f[0].text.substr(10), f[0].at + 10};
+  f[0].text = f[0].text.substr(0, 10);
+  f.insert(f.begin() + 1, links);
 }
 
 // The number a field starts with and the mark some languages put after it ("08,", "12.",
@@ -198,12 +211,14 @@ struct SizeColumn {
   std::uint64_t size = 0;
   std::size_t first = 0;
   std::string group_tail;  // a group written together with the size ("other1234567")
+  bool unknown = false;    // a size column that says nothing
 };
 
 std::optional<SizeColumn> SizeBefore(const FieldList& f, std::size_t date, char type) {
   if (date < 2) return std::nullopt;
   const std::string_view t = f[date - 1].text;
-  SizeColumn column{0, date - 1, {}};
+  SizeColumn column;
+  column.first = date - 1;
   const bool device = type == 'c' || type == 'b';
   if (device && t.find(',') != std::string_view::npos && t.back() != ',') {
     const auto minor = Size(t.substr(t.find(',') + 1));  // "109,767"
@@ -218,6 +233,10 @@ std::optional<SizeColumn> SizeBefore(const FieldList& f, std::size_t date, char 
   }
   if (const auto size = ScaledSize(t)) {
     column.size = *size;
+    return column;
+  }
+  if (t.size() > 1 && t[0] == '-' && AllDigits(t.substr(1))) {
+    column.unknown = true;  // "-528": a size no file has
     return column;
   }
   // Group and size run together when the group fills its column: the digits at its end.
@@ -275,7 +294,7 @@ Outcome Finish(std::string_view line, const Field& last, const DateMatch* date,
       name = name.substr(0, arrow);
     }
   }
-  if (name.empty()) return Outcome::kNotUnderstood;
+  if (name.find_first_not_of(" \t") == std::string_view::npos) return Outcome::kNotUnderstood;
   entry.name = std::string(name);
   if (date) {
     CivilTime time = date->time;
@@ -313,6 +332,7 @@ Outcome ReadUnix(std::string_view line, const LineContext& context, Entry& entry
   FieldList f = Fields(line);
   // "ls -s" and "ls -i" put a number before the permissions.
   if (f.size() > 1 && AllDigits(f[0].text) && IsPermissions(f[1].text)) f.erase(f.begin());
+  SplitGluedLinks(f);
   if (f.size() < 3 || !IsPermissions(f[0].text)) return Outcome::kNotUnderstood;
   const char type = f[0].text[0];
   entry.directory = type == 'd';
@@ -321,7 +341,7 @@ Outcome ReadUnix(std::string_view line, const LineContext& context, Entry& entry
   const auto found = FindDate(f, type);
   if (!found) return ReadUndated(line, f, context, entry);
   const auto& [anchor, column] = *found;
-  entry.size = column.size;
+  if (!column.unknown) entry.size = column.size;
   TakeOwner(line, f, column, entry);
   return Finish(line, f[anchor.date.last], &anchor.date, context, entry);
 }
