@@ -144,8 +144,8 @@ bool ReadClock(std::string_view text, std::string_view suffix, CivilTime& time) 
     if (h < 1 || h > 12) return false;
     h = h % 12 + (lower == "pm" ? 12 : 0);
   }
-  if (h > 23) return false;
-  time.hour = h;
+  if (h > 24 || (h == 24 && (minute != 0 || second != 0))) return false;
+  time.hour = h;  // 24:00 is left to RollMidnight (or refused as no valid time)
   time.minute = minute;
   time.second = second;
   return true;
@@ -155,6 +155,16 @@ bool ValidDate(const CivilTime& t) {
   return t.year >= 1 && t.year <= 9999 && t.month >= 1 && t.month <= 12 && t.day >= 1 &&
          t.day <= DaysInMonth(t.year, t.month) && t.hour >= 0 && t.hour <= 23 && t.minute >= 0 &&
          t.minute <= 59 && t.second >= 0 && t.second <= 59;
+}
+
+void RollMidnight(CivilTime& t) {
+  if (t.hour != 24 || t.month < 1 || t.month > 12) return;
+  t.hour = 0;
+  if (++t.day <= DaysInMonth(t.year, t.month)) return;
+  t.day = 1;
+  if (++t.month <= 12) return;
+  t.month = 1;
+  ++t.year;
 }
 
 int FullYear(int two_digits, int current_year) {

@@ -151,6 +151,10 @@ Outcome ReadMvs(std::string_view line, Entry& entry) {
   }
   if (Contains(line, "Not Direct Access Device") || Contains(line, "Error determining attributes"))
     return Outcome::kEntry;
+  // "TSO004 3390 VSAM NAME", "V43525 Tape NAME": the other columns are left empty.
+  if (((f.size() == 4 && f[2].text == "VSAM") || (f.size() == 3 && f[1].text == "Tape")) &&
+      f[0].text.size() <= 6)
+    return Outcome::kEntry;
   if (f.size() < 5 || f[0].text.size() > 6) return Outcome::kNotUnderstood;
   const auto referred = f[2].text == "**NONE**" ? std::nullopt : SlashDate(f[2].text);
   if (!referred && f[2].text != "**NONE**") return Outcome::kNotUnderstood;

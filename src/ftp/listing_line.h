@@ -100,6 +100,9 @@ std::optional<std::uint64_t> ScaledSize(std::string_view text);
 /// "HH:MM", "HH:MM:SS" or "HH:MM:SS.ff", optionally followed by AM/PM (in the same field, or
 /// given as `suffix`). Sets hour, minute, second of `time`; false when not a clock time.
 bool ReadClock(std::string_view text, std::string_view suffix, CivilTime& time);
+/// "24:00" (which ReadClock lets through) as 00:00 of the next day, as some servers write
+/// midnight.
+void RollMidnight(CivilTime& time);
 /// True when the fields form a real date-time (Feb 30, 24:00 and 10:61 do not).
 bool ValidDate(const CivilTime& time);
 /// A two-digit year as a four-digit one: up to 30 (while the year is 20xx) this century.

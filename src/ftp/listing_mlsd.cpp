@@ -92,11 +92,11 @@ Outcome TakeFact(std::string_view fact, Entry& entry, Pending& pending) {
   return Outcome::kEntry;
 }
 
-// The facts part ends with ";" and each fact has a name and "=".
+// Each fact has a name and "="; the last ends with ";" (drafts before RFC 3659 left that out).
 bool LooksLikeFacts(std::string_view facts) {
-  if (facts.empty() || facts.back() != ';') return false;
+  if (facts.empty()) return false;
   for (std::size_t at = 0; at < facts.size();) {
-    const auto end = facts.find(';', at);
+    const auto end = std::min(facts.find(';', at), facts.size());
     const auto equals = facts.find('=', at);
     if (equals == std::string_view::npos || equals == at || equals > end) return false;
     at = end + 1;
@@ -123,7 +123,7 @@ Outcome ReadMlsd(std::string_view line, const LineContext& context, Entry& entry
   Pending pending;
   bool listed_folder = false;
   for (std::size_t at = 0; at < facts.size();) {
-    const auto semicolon = facts.find(';', at);
+    const auto semicolon = std::min(facts.find(';', at), facts.size());
     const Outcome fact = TakeFact(facts.substr(at, semicolon - at), entry, pending);
     if (fact == Outcome::kNotUnderstood) return fact;
     listed_folder = listed_folder || fact == Outcome::kNoEntry;

@@ -142,9 +142,12 @@ std::string NextLine(std::string_view text, std::size_t& start) {
     return line;
   };
   std::string line = take();
-  if (listing::IsVmsNameOnly(line) && start < text.size() &&
-      (text[start] == ' ' || text[start] == '\t'))
-    line += take();
+  if (!listing::IsVmsNameOnly(line) || start >= text.size()) return line;
+  // The details follow, indented or not; a line that starts with a name is the next entry.
+  const auto feed = text.find('\n', start);
+  const auto next = listing::Fields(
+      text.substr(start, feed == std::string_view::npos ? feed : feed - start), 1);
+  if (!next.empty() && !listing::IsVmsNameOnly(next[0].text)) line += " " + take();
   return line;
 }
 

@@ -98,7 +98,8 @@ std::optional<DateMatch> MonthFirst(const FieldList& f, std::size_t i) {
   return m;
 }
 
-// "01 oct 2004", "12. Mär 10:30", "29 Jul 02:27 2014"
+// "01 oct 2004", "12. Mär 10:30". In "29 Jul 02:27 2014 Invoices" the name is "2014 Invoices":
+// ls never writes both a time and a year.
 std::optional<DateMatch> DayFirst(const FieldList& f, std::size_t i) {
   if (!At(f, i + 2)) return std::nullopt;
   DateMatch m;
@@ -106,12 +107,6 @@ std::optional<DateMatch> DayFirst(const FieldList& f, std::size_t i) {
   m.time.month = MonthByName(f[i + 1].text);
   if (m.time.month == 0 || m.time.day == 0 || !TimeOrYear(f[i + 2].text, m)) return std::nullopt;
   m.last = i + 2;
-  if (!m.has_year && At(f, i + 4))
-    if (const int year = Year(f[i + 3].text)) {
-      m.time.year = year;
-      m.has_year = true;
-      m.last = i + 3;
-    }
   return m;
 }
 
@@ -299,6 +294,7 @@ Outcome Finish(std::string_view line, const Field& last, const DateMatch* date,
   if (date) {
     CivilTime time = date->time;
     if (!date->has_year) PlaceYearless(time, context.now);
+    if (time.day <= 31) RollMidnight(time);
     if (!ValidDate(time)) return Outcome::kNotUnderstood;
     entry.time = time;
   }
