@@ -1,6 +1,5 @@
 #include "ftp/listing_parser.h"
 
-#include <functional>
 #include <vector>
 
 #include "component/error_object.h"
@@ -13,38 +12,52 @@ namespace quorvi::detail {
 
 namespace listing {
 
+namespace {
+
+using Reader = Outcome (*)(std::string_view, const LineContext&, Entry&);
+
+// Most specific first: a reader accepts a line only when every column fits its format.
+constexpr std::pair<std::string_view, Reader> kReaders[] = {
+    {"eplf", [](std::string_view l, const LineContext&, Entry& e) { return ReadEplf(l, e); }},
+    {"mlsd", ReadMlsd},
+    {"unix", ReadUnix},
+    {"netware", ReadNetware},
+    {"dos", ReadDos},
+    {"vms", [](std::string_view l, const LineContext&, Entry& e) { return ReadVms(l, e); }},
+    {"os400", ReadOs400},
+    {"tandem", ReadTandem},
+    {"os9", ReadOs9},
+    {"zvm", [](std::string_view l, const LineContext&, Entry& e) { return ReadZvm(l, e); }},
+    {"wince", [](std::string_view l, const LineContext&, Entry& e) { return ReadWinCe(l, e); }},
+    {"vxworks", [](std::string_view l, const LineContext&, Entry& e) { return ReadVxWorks(l, e); }},
+    {"os2", ReadOs2},
+    {"mvs", [](std::string_view l, const LineContext&, Entry& e) { return ReadMvs(l, e); }},
+    {"vshell", [](std::string_view l, const LineContext&, Entry& e) { return ReadVShell(l, e); }},
+    {"unix", [](std::string_view l, const LineContext&, Entry& e) { return ReadNumericUnix(l, e); }},
+    {"wfftp", [](std::string_view l, const LineContext&, Entry& e) { return ReadWfFtp(l, e); }},
+};
+
+Outcome Attempt(std::string_view format, Reader read, std::string_view line,
+                const LineContext& context, Entry& entry) {
+  entry = Entry{};
+  const Outcome outcome = read(line, context, entry);
+  if (outcome == Outcome::kEntry) entry.format = format;
+  return outcome;
+}
+
+}  // namespace
+
 Outcome ReadLine(std::string_view line, const LineContext& context, Entry& entry) {
-  // Most specific first: a reader accepts a line only when every column fits its format.
-  const auto attempt = [&](std::string_view format, auto&& read) {
-    entry = Entry{};
-    const Outcome outcome = read();
-    if (outcome == Outcome::kEntry) entry.format = format;
-    return outcome;
-  };
-  const std::pair<std::string_view, std::function<Outcome()>> readers[] = {
-      {"eplf", [&] { return ReadEplf(line, entry); }},
-      {"mlsd", [&] { return ReadMlsd(line, context, entry); }},
-      {"unix", [&] { return ReadUnix(line, context, entry); }},
-      {"netware", [&] { return ReadNetware(line, context, entry); }},
-      {"dos", [&] { return ReadDos(line, context, entry); }},
-      {"vms", [&] { return ReadVms(line, entry); }},
-      {"os400", [&] { return ReadOs400(line, context, entry); }},
-      {"tandem", [&] { return ReadTandem(line, context, entry); }},
-      {"os9", [&] { return ReadOs9(line, context, entry); }},
-      {"zvm", [&] { return ReadZvm(line, entry); }},
-      {"wince", [&] { return ReadWinCe(line, entry); }},
-      {"vxworks", [&] { return ReadVxWorks(line, entry); }},
-      {"os2", [&] { return ReadOs2(line, context, entry); }},
-      {"mvs", [&] { return ReadMvs(line, entry); }},
-      {"vshell", [&] { return ReadVShell(line, entry); }},
-      {"unix", [&] { return ReadNumericUnix(line, entry); }},
-      {"wfftp", [&] { return ReadWfFtp(line, entry); }},
-  };
-  for (const auto& [format, read] : readers)
-    if (const Outcome outcome = attempt(format, read); outcome != Outcome::kNotUnderstood)
+  for (const auto& [format, read] : kReaders)
+    if (const Outcome outcome = Attempt(format, read, line, context, entry);
+        outcome != Outcome::kNotUnderstood)
       return outcome;
   if (IsKnownHeader(line)) return Outcome::kNoEntry;
-  if (context.pds_members) return attempt("mvs", [&] { return ReadPdsMember(line, entry); });
+  if (context.pds_members) {
+    return Attempt(
+        "mvs", [](std::string_view l, const LineContext&, Entry& e) { return ReadPdsMember(l, e); },
+        line, context, entry);
+  }
   return Outcome::kNotUnderstood;
 }
 
