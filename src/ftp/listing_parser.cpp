@@ -190,6 +190,7 @@ std::optional<CFtpFiles> GetFileListX(std::string_view text, const ListingContex
     ++out.understood;
     if (outcome == Outcome::kEntry) AddEntry(entry, context, out);
   }
+  if (context.report) *context.report = {out.skipped, out.first_skipped};
   if (out.skipped != 0)
     WriteLog("GetFileListX: " + std::to_string(out.skipped) +
              " line(s) not understood and left out; the first: [" + out.first_skipped + "]");

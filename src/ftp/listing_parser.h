@@ -15,6 +15,12 @@
 
 namespace quorvi::detail {
 
+/// Lines of a listing that no format reader understood.
+struct ListingReport {
+  std::size_t skipped = 0;    ///< how many were left out
+  std::string first_skipped;  ///< the first of them
+};
+
 /// What a parse needs besides the text.
 struct ListingContext {
   std::string listed_parent;  ///< folder that FilePath is built from
@@ -23,6 +29,7 @@ struct ListingContext {
   /// year's). Unset: the local clock, or the end of current_year when that is another year.
   platform::CivilTime now = {};
   bool mlsd = false;  ///< the text answers MLSD or MLST
+  ListingReport* report = nullptr;  ///< receives the lines left out, when given
 };
 
 /// The year of the local clock.
