@@ -110,8 +110,9 @@ bool TakeVmsColumn(const Field& field, Entry& entry, std::optional<CivilTime>& d
     entry.size = blocks;
   } else if (t.ends_with("B") && t.size() > 2 && ScaledSize(t.substr(0, t.size() - 1))) {
     entry.size = ScaledSize(t.substr(0, t.size() - 1));  // "2KB"
-  } else if (entry.owner.empty() && t.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_$,") ==
-                                        std::string_view::npos) {
+  } else if (entry.owner.empty() &&
+             t.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_$,") ==
+                 std::string_view::npos) {
     entry.owner = std::string(t);  // an owner without brackets
   } else {
     return false;
@@ -250,7 +251,8 @@ Outcome ReadZvm(std::string_view line, Entry& entry) {
   const auto f = Fields(line, 10);
   if (f.size() < 8 || f[0].at != 0 || f[2].text.size() != 1) return Outcome::kNotUnderstood;
   auto date = DosDate(f[6].text, 2000);
-  if (!date || !ReadClock(f[7].text, "", *date) || !ValidDate(*date)) return Outcome::kNotUnderstood;
+  if (!date || !ReadClock(f[7].text, "", *date) || !ValidDate(*date))
+    return Outcome::kNotUnderstood;
   entry.directory = f[1].text == "DIR";
   const auto lrecl = Size(f[3].text), records = Size(f[4].text);
   if (!entry.directory && (!lrecl || !records)) return Outcome::kNotUnderstood;

@@ -21,7 +21,9 @@ std::string Lower(std::string_view text) {
 std::optional<CivilTime> FactTime(std::string_view value) {
   value = value.substr(0, value.find('.'));
   if (value.size() != 14 || !AllDigits(value)) return std::nullopt;
-  const auto part = [&](std::size_t at, std::size_t n) { return *SmallNumber(value.substr(at, n)); };
+  const auto part = [&](std::size_t at, std::size_t n) {
+    return SmallNumber(value.substr(at, n)).value_or(0);
+  };
   const CivilTime time{part(0, 4), part(4, 2), part(6, 2), part(8, 2), part(10, 2), part(12, 2)};
   if (!ValidDate(time)) return std::nullopt;
   return time;
@@ -29,7 +31,8 @@ std::optional<CivilTime> FactTime(std::string_view value) {
 
 // "0644", "100644": the permission bits as ls writes them.
 std::string ModeText(std::string_view value, char type) {
-  if (value.empty() || value.size() > 7 || value.find_first_not_of("01234567") != std::string_view::npos)
+  if (value.empty() || value.size() > 7 ||
+      value.find_first_not_of("01234567") != std::string_view::npos)
     return {};
   unsigned mode = 0;
   std::from_chars(value.data(), value.data() + value.size(), mode, 8);

@@ -54,7 +54,8 @@ Outcome ReadNumericUnix(std::string_view line, Entry& entry) {
     return Outcome::kNotUnderstood;
   entry.time = TimeFromUnixSeconds(f[4].text);
   if (!entry.time) return Outcome::kNotUnderstood;
-  const unsigned type = static_cast<unsigned>(std::stoul(std::string(f[0].text), nullptr, 8)) & 0170000u;
+  const auto mode = std::stoul(std::string(f[0].text), nullptr, 8);  // 6 or 7 octal digits
+  const unsigned type = static_cast<unsigned>(mode) & 0170000u;
   entry.directory = type == 0040000u;
   entry.link = type == 0120000u;
   entry.time_is_utc = true;
@@ -71,7 +72,8 @@ Outcome ReadWfFtp(std::string_view line, Entry& entry) {
   if (f.size() != 5 || f[0].at != 0 || !Size(f[1].text) || !f[3].text.ends_with('.'))
     return Outcome::kNotUnderstood;
   auto date = DosDate(f[2].text, 2000);
-  if (!date || !ReadClock(f[4].text, "", *date) || !ValidDate(*date)) return Outcome::kNotUnderstood;
+  if (!date || !ReadClock(f[4].text, "", *date) || !ValidDate(*date))
+    return Outcome::kNotUnderstood;
   entry.size = Size(f[1].text);
   entry.time = date;
   entry.name = std::string(f[0].text);

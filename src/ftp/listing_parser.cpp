@@ -33,7 +33,8 @@ constexpr std::pair<std::string_view, Reader> kReaders[] = {
     {"os2", ReadOs2},
     {"mvs", [](std::string_view l, const LineContext&, Entry& e) { return ReadMvs(l, e); }},
     {"vshell", [](std::string_view l, const LineContext&, Entry& e) { return ReadVShell(l, e); }},
-    {"unix", [](std::string_view l, const LineContext&, Entry& e) { return ReadNumericUnix(l, e); }},
+    {"unix",
+     [](std::string_view l, const LineContext&, Entry& e) { return ReadNumericUnix(l, e); }},
     {"wfftp", [](std::string_view l, const LineContext&, Entry& e) { return ReadWfFtp(l, e); }},
 };
 
@@ -175,7 +176,8 @@ std::optional<CFtpFiles> GetFileListX(std::string_view text, const ListingContex
   for (std::size_t start = 0; start < text.size() && !out.collided;) {
     const std::string line = NextLine(text, start);
     if (line.find_first_not_of(" \t") == std::string::npos) continue;
-    if (line.starts_with("250 ") || line.starts_with("250-")) {  // the reply lines around an MLST fact line
+    // The reply lines around an MLST fact line.
+    if (line.starts_with("250 ") || line.starts_with("250-")) {
       WriteLog("GetFileListX:EXIT[" + line + "]");
       ++out.understood;
       continue;
