@@ -127,6 +127,10 @@ std::optional<DateMatch> IsoDate(const FieldList& f, std::size_t i) {
   if (At(f, i + 2) && ReadClock(f[i + 1].text, "", m.time)) {
     m.last = i + 1;
     m.padded = false;
+    // "ls --full-time" adds the zone ("+0200"): the time stays as written, like every other.
+    const std::string_view zone = At(f, i + 3) ? f[i + 2].text : std::string_view();
+    if (zone.size() == 5 && (zone[0] == '+' || zone[0] == '-') && AllDigits(zone.substr(1)))
+      m.last = i + 2;
   }
   return m;
 }
