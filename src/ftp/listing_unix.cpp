@@ -25,6 +25,15 @@ struct Anchor {
 
 using FieldList = std::vector<Field>;
 
+// The permission letters in their places: read, write, execute (or a set-id, sticky or lock
+// letter) for owner, group and others. "dxrwr-xr-x" is no permission column.
+bool PermissionBits(std::string_view bits) {
+  static constexpr std::string_view kAllowed[3] = {"r-", "w-", "xsStTlL-"};
+  for (std::size_t i = 0; i < bits.size(); ++i)
+    if (kAllowed[i % 3].find(bits[i]) == std::string_view::npos) return false;
+  return true;
+}
+
 // "-rw-r--r--", "drwxr-xr-x+" (ACL), "drwxrwx" (Hylafax), "ar-xr-xr-x" (Plan 9 append-only),
 // "-C--E-----FTP" (Connect:Enterprise: flags and a protocol).
 bool IsPermissions(std::string_view text) {
@@ -32,7 +41,7 @@ bool IsPermissions(std::string_view text) {
       std::string_view("-dlcbpsDfna").find(text[0]) == std::string_view::npos)
     return false;
   const std::string_view bits = text.substr(1, std::min<std::size_t>(9, text.size() - 1));
-  if (bits.find_first_not_of("rwxsStTlL-") == std::string_view::npos) {
+  if (PermissionBits(bits)) {
     const std::string_view rest = text.substr(1 + bits.size());
     return rest.empty() || (rest.size() == 1 && std::string_view("+.@*").find(rest[0]) !=
                                                     std::string_view::npos);
@@ -41,13 +50,17 @@ bool IsPermissions(std::string_view text) {
          text.substr(1).find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ-") == std::string_view::npos;
 }
 
-// "drwxr-xr-x1732": a link count too wide for its column runs into the permissions.
+// "drwxr-xr-x1732", "drwxr-x---+1464": a link count too wide for its column runs into the
+// permissions.
 void SplitGluedLinks(FieldList& f) {
-  if (f.empty() || f[0].text.size() <= 10 || !AllDigits(f[0].text.substr(10)) ||
-      !IsPermissions(f[0].text.substr(0, 10)))
+  if (f.empty() || f[0].text.size() <= 10) return;
+  const std::size_t width = std::string_view("+.@").find(f[0].text[10]) != std::string_view::npos
+                                ? 11 : 10;
+  if (f[0].text.size() <= width || !AllDigits(f[0].text.substr(width)) ||
+      !IsPermissions(f[0].text.substr(0, width)))
     return;
-  const Field links{f[0].text.substr(10), f[0].at + 10};
-  f[0].text = f[0].text.substr(0, 10);
+  const Field links{f[0].text.substr(width), f[0].at + width};
+  f[0].text = f[0].text.substr(0, width);
   f.insert(f.begin() + 1, links);
 }
 
@@ -271,7 +284,7 @@ std::optional<std::pair<Anchor, SizeColumn>> FindDate(const FieldList& f, char t
   static constexpr Layout kNamed[] = {MonthFirst, DayFirst, IsoDate, YearFirst, DashDate};
   static constexpr Layout kNumeric[] = {NumericDate};
   for (const auto& layouts : {std::span<const Layout>(kNamed), std::span<const Layout>(kNumeric)})
-    for (std::size_t i = 2; i < f.size() && i <= 8; ++i)
+    for (std::size_t i = 2; i < f.size(); ++i)
       for (const Layout layout : layouts) {
         const auto m = layout(f, i);
         if (!m) continue;
