@@ -40,7 +40,9 @@ enum class Outcome {
 /// What the readers need besides the line.
 struct LineContext {
   CivilTime now;      ///< the present, for dates listed without a year
-  bool mlsd = false;  ///< the text answers MLSD or MLST (a line may then have no facts)
+  /// The text is an MLSD listing: a line starting with a blank has no facts. (Elsewhere, as in
+  /// an MLST reply, that blank indents the fact line.)
+  bool mlsd = false;
   bool pds_members = false;  ///< after an MVS member list's header: a name alone is a member
 };
 

@@ -77,7 +77,7 @@ Outcome TakeFact(std::string_view fact, Entry& entry, Pending& pending) {
   const std::string name = Lower(fact.substr(0, equals));
   const std::string_view value = fact.substr(equals + 1);
   if (name == "type") return TakeType(value, entry) ? Outcome::kEntry : Outcome::kNoEntry;
-  if (name == "size" || name == "sizd") {
+  if ((name == "size" || name == "sizd") && !value.empty()) {  // "size=": unknown
     const auto size = Size(value);
     if (!size) return Outcome::kNotUnderstood;
     if (name == "size") entry.size = size;
@@ -102,6 +102,8 @@ bool LooksLikeFacts(std::string_view facts) {
     const auto end = std::min(facts.find(';', at), facts.size());
     const auto equals = facts.find('=', at);
     if (equals == std::string_view::npos || equals == at || equals > end) return false;
+    // Without its ";" the last fact needs a value: "Type= name" is no fact list.
+    if (end == facts.size() && equals + 1 == end) return false;
     at = end + 1;
   }
   return true;
@@ -110,8 +112,10 @@ bool LooksLikeFacts(std::string_view facts) {
 }  // namespace
 
 Outcome ReadMlsd(std::string_view line, const LineContext& context, Entry& entry) {
-  // An MLST reply indents its fact line by one blank; facts never start with one.
-  if (line.starts_with(' ') && line.size() > 1 && line[1] != ' ' && line[1] != '\t') {
+  // An MLST reply indents its fact line by one blank; in an MLSD listing that blank means the
+  // line has no facts and the rest is the name.
+  if (!context.mlsd && line.starts_with(' ') && line.size() > 1 && line[1] != ' ' &&
+      line[1] != '\t') {
     const auto rest = line.substr(1);
     const auto end = rest.find_first_of(" \t");
     if (end != std::string_view::npos && LooksLikeFacts(rest.substr(0, end))) line = rest;

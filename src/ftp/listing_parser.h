@@ -28,7 +28,7 @@ struct ListingContext {
   /// The present for dates listed without a year (a date more than a day after it is last
   /// year's). Unset: the local clock, or the end of current_year when that is another year.
   platform::CivilTime now = {};
-  bool mlsd = false;  ///< the text answers MLSD or MLST
+  bool mlsd = false;  ///< the text is an MLSD listing (not an MLST reply, whose fact line is indented)
   ListingReport* report = nullptr;  ///< receives the lines left out, when given
 };
 

@@ -44,7 +44,7 @@ CFtpFile Copy(const CFtpFile& entry) {
 std::optional<CFtpFile> FileInfoByMlst(Core& core, const std::string& path) {
   const std::string reply = ExeFtpCmd(core, "MLST", path);
   const auto files =
-      GetFileListX(reply, {FormatFTPPath(GetParentFolderPath(path)), CurrentYear(), {}, true});
+      GetFileListX(reply, {FormatFTPPath(GetParentFolderPath(path)), CurrentYear()});
   if (!files || files->Count() != 1) {
     core.error().Number(ScanReply(reply).code);
     core.error().Description(reply);

@@ -3,7 +3,8 @@
 // Columns: format, line, name, type (f d l; "-" understood without an entry; "x" left out),
 // size ("-" unknown), time ("YYYY-MM-DD HH:MM:SS", "Z" at the end for UTC; "-" none), target.
 // In the line and name columns "\t", "\n" (a line continued on the next), "\\" and "\xHH" are
-// escapes. "mvs-pds" lines are read after a member list's header.
+// escapes. "mvs-pds" lines are read after a member list's header, "mlsd" lines as an MLSD
+// listing, "mlst" lines as the fact line of an MLST reply.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -72,7 +73,7 @@ TEST(ListingCorpus, EveryLineGivesItsEntry) {
     const Outcome outcome = ReadLine(line, line_context, entry);
     std::string expected = c[3];
     if (c[3] != "x" && c[3] != "-") {
-      const std::string format = c[0] == "mvs-pds" ? "mvs" : c[0];
+      const std::string format = c[0] == "mvs-pds" ? "mvs" : c[0] == "mlst" ? "mlsd" : c[0];
       expected = format + " | " + Unescape(c[2]) + " | " + c[3] + " | " + c[4] + " | " + c[5] +
                  " | " + (c.size() > 6 ? Unescape(c[6]) : "");
     }
