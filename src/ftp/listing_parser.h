@@ -9,6 +9,7 @@
 
 #include "platform/utc_time.h"
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -28,7 +29,8 @@ struct ListingContext {
   /// The present for dates listed without a year (a date more than a day after it is last
   /// year's). Unset: the local clock, or the end of current_year when that is another year.
   platform::CivilTime now = {};
-  bool mlsd = false;  ///< the text is an MLSD listing (not an MLST reply, whose fact line is indented)
+  /// The text is an MLSD listing (not an MLST reply, whose fact line is indented).
+  bool mlsd = false;
   ListingReport* report = nullptr;  ///< receives the lines left out, when given
 };
 
