@@ -15,6 +15,7 @@
 #include <string>
 #include <string_view>
 
+#include "ftp/listing_parser.h"
 #include "ftp/listing_text.h"
 #include "net/csocket.h"
 #include "platform/event_pump.h"
@@ -83,6 +84,9 @@ struct ListingState {
   bool list_reply = false;    ///< passive: the 226/250 reply to LIST arrived
   bool data_closed = false;   ///< passive: the data connection closed
   std::string last_text;      ///< text of the last parsed listing
+  /// Lines of the last parsed listing that no format reader understood: a tree job must not
+  /// report success with the entries they may stand for left out.
+  ListingReport unread;
   /// Entries of the last successful listing (CacheListing), parsed once: single-file look-ups
   /// during a transfer of many files must not parse the listing again each time.
   std::optional<CFtpFiles> cached;

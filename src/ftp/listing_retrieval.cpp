@@ -128,6 +128,7 @@ std::optional<CFtpFiles> RunListing(Core& core, const ListingPlan& plan, Restore
   listing.may_be_file = plan.may_be_file && plan.listed == plan.path;
   listing.list_reply = listing.data_closed = false;
   listing.buffer.Clear();
+  listing.unread = {};
 
   core.BeginAsyncMethod(opListDirectory);
   if (!data.BeginDataExchange(data.GetTransferType())) {
@@ -156,7 +157,8 @@ std::optional<CFtpFiles> RunListing(Core& core, const ListingPlan& plan, Restore
   std::optional<CFtpFiles> files;
   if (core.error().Number() == 0 && (!IsBlank(text) || plan.explicit_folder)) {
     listing.last_text = text;
-    files = GetFileListX(text, {plan.parent, CurrentYear()});
+    files = GetFileListX(
+        text, {plan.parent, CurrentYear(), {}, core.rt.list_command == "MLSD", &listing.unread});
     if (!IsBlank(text) && !files) {
       WriteLog(std::to_string(text.size()) + "--GetRMInfo--" + plan.path +
                "---------------------------\n" + text + "\n---------------------------");

@@ -204,6 +204,13 @@ void DownloadEngine::CollectFolder(const std::string& remote_item, const std::st
   // A pattern item lists the matching entries of its parent folder.
   const std::string remote_folder =
       !literal && HasPattern(remote_item) ? FormatFTPPath(GetParentFolderPath(remote_item)) : remote_item;
+  // A listing line no reader understood may stand for a file of this folder: the job fails
+  // once the rest is handled instead of reporting a complete tree.
+  const ListingReport unread = DataConnection::Of(core_).listing.unread;
+  if (unread.skipped != 0)
+    NoteTreeFailure(remote_folder, errors::kUnknownListFormat,
+                    "Unreadable line in the listing of " + remote_folder + ": \"" +
+                        unread.first_skipped + "\"");
 
   std::vector<FilePair> subfolders;
   for (const auto& entry : *entries) {

@@ -1,5 +1,5 @@
-// Listing text from a server: any bytes must give a collection or nothing, never a crash, and
-// every entry must have a name; one that keeps a "/" (not an echo of the listed folder) must be
+// Listing text from a server, in any of the formats read line by line: any bytes must give a
+// collection or nothing, never a crash, and every entry must have a name; one that keeps a "/" (not an echo of the listed folder) must be
 // refused by the tree jobs.
 #include <cstddef>
 #include <cstdint>
@@ -28,6 +28,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string_view text(reinterpret_cast<const char*>(data), size);
   Check(GetFileListX(text, {"/tree", 2026}));
   Check(GetFileListX(text, {"", 0}));  // no context year
+  Check(GetFileListX(text, {"/m", 2026, {2026, 2, 29, 23, 59, 59}, true}));  // MLSD, odd "now"
   (void)GetListDate(text.substr(0, 12), 2026);
   (void)GetDosDate(text.substr(0, 8), text.substr(std::min<std::size_t>(8, size)), 2026);
   (void)GetMLSDFileTime(text);

@@ -145,6 +145,33 @@ TEST_F(HostileNames, NothingIsWrittenOutsideTheTarget) {
   }
 }
 
+class DamagedLine : public TransferSuite<DamagedLine> {
+ public:
+  static ServerSetup ServerToStart() { return {ServerKind::FaultFtpd, {"--fault", "damaged_line"}}; }
+};
+
+// One line no parser can read keeps the rest of the listing, but a folder download must not
+// report success with the file that line may stand for left behind.
+TEST_F(DamagedLine, TheRestIsListedAndTheDownloadFails) {
+  server().WriteFile("damaged/ok.txt", "okay");
+  server().WriteFile("damaged/hidden.txt", "hide");
+  for (const bool mlsd : {false, true}) {
+    SCOPED_TRACE(mlsd ? "MLSD" : "LIST");
+    ftp_->ListDirByMLSD(mlsd);
+    const auto files = ftp_->GetFtpDirectoryInfo("/damaged");
+    ASSERT_TRUE(files) << ftp_->ErrorInfo();
+    EXPECT_EQ(files->Count(), 1);
+    EXPECT_NE(files->Item("ok.txt"), nullptr);
+    const fs::path target = dir_ / (mlsd ? "m" : "l");
+    fs::create_directories(target);
+    ftp_->RemotePath("/damaged/");
+    ftp_->LocalPath(target.string() + "/");
+    EXPECT_FALSE(ftp_->DownLoad());
+    EXPECT_EQ(ftp_->ErrorNumber(), 16002) << ftp_->ErrorInfo();
+    EXPECT_EQ(ReadAll(target / "ok.txt"), "okay");
+  }
+}
+
 // Replies that never end: the session gives up at its limit instead of growing without bound.
 class EndlessReply : public ServerSuite<EndlessReply> {
  public:

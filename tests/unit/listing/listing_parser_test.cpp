@@ -59,7 +59,7 @@ std::vector<Entry> ExpectedTree(bool mlsd) {
       {"empty.bin", false, 0, "2026-11-22 20:15"},
       {"gr\xC3\xB6\xC3\x9F" "e.txt", false, 2, "2026-11-22 20:15"},
       // A link is never a folder, whatever it points to.
-      {"link", false, mlsd ? 0.0 : 5.0, "2026-11-22 20:15", true},
+      {"link", false, 5, "2026-11-22 20:15", true},
       {"readme", false, 4, "2026-11-22 20:15"},
       {"sub dir", true, mlsd ? 0.0 : 4096.0, mlsd ? "2009-01-15 10:30" : "2009-01-15 00:00"},
       {"\xC3\x9Cn\xC3\xAF" "code", true, mlsd ? 0.0 : 4096.0, "2026-11-22 20:15"},
@@ -92,8 +92,8 @@ TEST_F(ListingParser, RealServerSamples) {
       {"vsftpd_list_al.txt", false, "1001", "0"},  // with "." and ".."
       {"pure-ftpd_list.txt", false, "1001", "0"},
       {"proftpd_list.txt", false, "ftptest", "root"},
-      {"pure-ftpd_mlsd.txt", true, "", ""},
-      {"proftpd_mlsd.txt", true, "", ""},
+      {"pure-ftpd_mlsd.txt", true, "1001", "0"},       // UNIX.uid, UNIX.gid
+      {"proftpd_mlsd.txt", true, "ftptest", "ftptest"},  // UNIX.ownername, UNIX.groupname
   };
   for (const auto& c : cases) {
     const std::string text = Sample(c.file);
@@ -107,7 +107,7 @@ TEST_F(ListingParser, RealServerSamples) {
       const CFtpFile* a = files->Item("A.TXT");
       EXPECT_EQ(a->Owner(), c.owner) << c.file;
       EXPECT_EQ(a->Group(), c.group) << c.file;
-      EXPECT_EQ(a->Permissions(), c.mlsd ? "" : "-rw-r--r--") << c.file;
+      EXPECT_EQ(a->Permissions(), "-rw-r--r--") << c.file;  // MLSD: from UNIX.mode
     }
   }
 }
@@ -161,7 +161,23 @@ TEST_F(ListingParser, OddLines) {
       {"01-15-09  10:30AM  1 A.txt\n01-15-09  10:30AM  2 a.TXT", 1,
        {"A.txt", false, 1, "2009-01-15 10:30"}},
       {"-rw-r--r-- 1 ftp ftp 12 Foo 15  2009 x.txt\n" + unix_file, 1, readme},  // no month: dropped
+      // A damaged line is left out; the rest of the listing stays. Nothing understood at all
+      // is no listing.
       {"-rw-r--r-- 1 ftp ftp 1 Feb 30  2009 x.txt", -1},  // not a date
+      {unix_file + "\n-rw-r--r-- 1 ftp ftp 1 Nov 31  2018 x.txt", 1, readme},
+      {"type=file;size=x;modify=20090115103000; bad\n" + unix_file, 1, readme},
+      {"hello world\nnot a listing either", -1},
+      {"Directory DISK$USER:[ME]\n\nTotal of 0 files, 0/0 blocks.", 0},
+      // Every MLSD fact is optional.
+      {"type=file;size=3; no time", 1, {"no time", false, 3, ""}},
+      {"modify=20090115103000; no type", 1, {"no type", false, 0, "2009-01-15 10:30"}},
+      // Formats beyond UNIX, DOS and MLSD, and a VMS file listed in two versions (the newest
+      // first): one entry, named as RETR needs it.
+      {"2002-09-02  19:06                9,730 iso.txt", 1, {"iso.txt", false, 9730, "2002-09-02 19:06"}},
+      {"A.TXT;2  1  1-JAN-2020 10:00\nA.TXT;1  1  1-JAN-2019 10:00", 1,
+       {"A.TXT", false, 512, "2020-01-01 10:00"}},
+      {"QPGMR  36864 05/24/99 12:27:02 *STMF  PGMR.TXT", 1,
+       {"PGMR.TXT", false, 36864, "1999-05-24 12:27"}},
       // Names are found from the fixed columns, whatever they contain.
       {"-rw-r--r-- 1 ftp ftp 5 Mar  3 10:30 Meeting 5 Jan 10:30.txt", 1,
        {"Meeting 5 Jan 10:30.txt", false, 5, "2026-03-03 10:30"}},
