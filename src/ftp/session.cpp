@@ -174,7 +174,9 @@ void FtpSession::FinishLogin() {
       ~Reset() { flag = false; }
     } reset{finishing_login_};
     ProbeFeatures();
+    path_prefix.clear();  // a new login's PWD names the login folder as the server sees it
     path_prefix = GetCurrentDirectory();
+    core_.rt.current_directory = "/";
   }
   if (m_objControlSocket.State() != sckConnected) Fail(errors::kInterrupted);  // closed by a probe
 
