@@ -155,7 +155,9 @@ class FtpLibrary {
   void KeepAliveCommand(const std::string& value);
   /// Keep-alive interval in seconds (0 = off, otherwise 30..1800).
   void KeepAliveSecond(std::int16_t value);
-  /// List with MLSD (true) or LIST (false).
+  /// List with MLSD (true) or LIST (false). Read: whether listings go out as MLSD now (false
+  /// after the login found that the server has no MLSD).
+  bool ListDirByMLSD() const;
   void ListDirByMLSD(bool value);
   /// Send "LIST -al" so hidden entries are listed.
   void ListAll(bool value);

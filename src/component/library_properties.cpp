@@ -257,6 +257,7 @@ void FtpLibrary::KeepAliveSecond(std::int16_t value) {
   core_->settings.keep_alive_second = seconds;
 }
 
+bool FtpLibrary::ListDirByMLSD() const { return core_->rt.list_command == "MLSD"; }
 void FtpLibrary::ListDirByMLSD(bool value) { core_->rt.list_command = value ? "MLSD" : "LIST"; }
 void FtpLibrary::ListAll(bool value) { core_->settings.list_all = value; }
 

@@ -205,7 +205,7 @@ std::vector<MemberRow> BuildRows() {
       QV_W(MaxSpeed, std::int32_t, 0),
       QV_W(KeepAliveCommand, std::string, "NOOP"),
       QV_W(KeepAliveSecond, std::int16_t, 60),
-      QV_W(ListDirByMLSD, bool, false),
+      QV_RW(ListDirByMLSD, false),
       QV_W(ListAll, bool, false),
       QV_W(ListDirForFile, bool, false),
       QV_W(ListDirWithAsterisk, bool, false),
