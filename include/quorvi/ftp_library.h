@@ -173,6 +173,10 @@ class FtpLibrary {
   void AutoEncoding(bool value);
   /// Retries of a failed file (the attempt limit becomes value + 1).
   void ReDoTimes(std::int16_t value);
+  /// Seconds between a failed attempt of a file and its retry (default 5; 0..3600, others are
+  /// cut to that range).
+  std::int16_t RetryPause() const;
+  void RetryPause(std::int16_t value);
   /// Transfer without listing the remote side first.
   void WithoutList(bool value);
   /// Recreate the source folder itself below the destination.

@@ -45,6 +45,7 @@ void RegisterHandlers(Core& core, FtpSession& session) {
     session.SendFtpCommand("TYPE", core.settings.transfer_mode == FTP_ASCII_MODE ? "A" : "I");
   });
   session.dispatcher.RegisterHandler("UploadCleared", [&core](const DispatchContext&) {
+    TransferEngine::Of(core).destination_written = true;  // the server has opened its file
     DataConnection::Of(core).UploadCleared();
   });
   session.dispatcher.RegisterHandler("UploadStored", [&core](const DispatchContext&) {

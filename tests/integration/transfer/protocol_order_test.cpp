@@ -1,8 +1,11 @@
-// The order of the exchange on the wire. An upload's bytes (and the end of a zero-byte file)
+// The order of the exchange on the wire, and retries of what the network breaks. An upload's bytes (and the end of a zero-byte file)
 // go out only after the server's 125/150 to STOR: pyftpdlib and Node.js servers reset a data
 // connection on which anything arrived earlier, and in active mode a server may connect as
 // soon as PORT is accepted.
 #include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
 
 #include "transfer_support.h"
 
@@ -44,6 +47,49 @@ TEST_F(EarlyDataReset, UploadsWaitForThe150) {
     EXPECT_LT(seconds, 5);
   }
   EXPECT_EQ(LogCount("connection reset"), 0u);
+}
+
+// A cut or refused data connection is transient: retried under ReDoTimes after RetryPause
+// seconds, resuming. A retry after an attempt that never touched the destination still
+// replaces the file it was asked to overwrite, never resumes onto it.
+TEST(DataConnectionRetries, ACutOrRefusedDataConnectionIsRetried) {
+  struct Case {
+    const char* name;
+    std::vector<std::string> args;
+    bool download;
+  };
+  const std::string refused = "EPSV=229 Entering Extended Passive Mode (|||1|).";  // nobody listens
+  const Case cases[] = {
+      {"RETR cut, 426", {"--fault", "retr_abort"}, true},
+      {"RETR cut, 226", {"--fault", "retr_short226"}, true},
+      {"refused data port, download", {"--reply-once", refused}, true},
+      {"refused data port, upload", {"--reply-once", refused}, false},
+  };
+  const fs::path dir = ScratchDir("retries");
+  const std::string content = Pattern(300000, 9);
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    const StartOutcome started = StartServer({ServerKind::FaultFtpd, c.args});
+    if (!started.server && started.missing && !RunningUnderCi()) GTEST_SKIP() << started.problem;
+    ASSERT_TRUE(started.server) << started.problem;
+    const TestServer& server = *started.server;
+    server.WriteFile("pub/f.bin", content);
+    WriteBytes(dir / "f.bin", c.download ? Pattern(400000, 1) : content);  // an older, longer file
+    auto ftp = UserClient(server);
+    ftp->ReDoTimes(10);
+    ftp->RetryPause(0);
+    ftp->ReplaceSetting(1);
+    bool ok = false;
+    const double seconds = Timed([&] {
+      ftp->RemotePath("/pub/f.bin");
+      ftp->LocalPath((dir / "f.bin").string());
+      ok = c.download ? ftp->DownLoad() : ftp->UpLoad(false);  // no MKD: the refusal hits STOR
+    });
+    EXPECT_TRUE(ok) << ftp->ErrorNumber() << " " << ftp->ErrorInfo();
+    EXPECT_TRUE(ReadAll(c.download ? dir / "f.bin" : server.root() / "pub/f.bin") == content);
+    EXPECT_LT(seconds, 4) << "the pause is RetryPause, not the classic 5 s";
+  }
+  fs::remove_all(dir);
 }
 
 }  // namespace
