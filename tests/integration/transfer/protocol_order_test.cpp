@@ -64,6 +64,7 @@ TEST(DataConnectionRetries, ACutOrRefusedDataConnectionIsRetried) {
       {"RETR cut, 226", {"--fault", "retr_short226"}, true},
       {"refused data port, download", {"--reply-once", refused}, true},
       {"refused data port, upload", {"--reply-once", refused}, false},
+      {"450 before the first byte", {"--fault", "pending_once"}, true},
   };
   const fs::path dir = ScratchDir("retries");
   const std::string content = Pattern(300000, 9);
@@ -73,8 +74,9 @@ TEST(DataConnectionRetries, ACutOrRefusedDataConnectionIsRetried) {
     if (!started.server && started.missing && !RunningUnderCi()) GTEST_SKIP() << started.problem;
     ASSERT_TRUE(started.server) << started.problem;
     const TestServer& server = *started.server;
-    server.WriteFile("pub/f.bin", content);
-    WriteBytes(dir / "f.bin", c.download ? Pattern(400000, 1) : content);  // an older, longer file
+    // The destination holds an older, longer file that is to be overwritten.
+    server.WriteFile("pub/f.bin", c.download ? content : Pattern(400000, 1));
+    WriteBytes(dir / "f.bin", c.download ? Pattern(400000, 1) : content);
     auto ftp = UserClient(server);
     ftp->ReDoTimes(10);
     ftp->RetryPause(0);
