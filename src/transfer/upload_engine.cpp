@@ -290,7 +290,7 @@ bool UploadEngine::FolderItem(const std::string& item, const std::string& remote
         break;
     }
   }
-  if (!batch.empty() && !Step([&] { return TransferPairs(batch, true); })) return false;
+  if (!batch.empty() && !Step([&] { return TransferPairs(batch, true, true); })) return false;
   // Empty local folders exist on the server too; one the server refuses fails the job.
   for (const auto& path : folders)
     if (!CreateDirectory(core_, path, true)) NoteTreeFailure(path);
@@ -321,7 +321,7 @@ bool UploadEngine::FileMode(const std::vector<std::string>& local,
 
 // One file after the other, each path exactly as given: no list syntax, pattern or trimming
 // applies to them any more.
-bool UploadEngine::TransferPairs(const std::vector<FilePair>& pairs, bool create_folder) {
+bool UploadEngine::TransferPairs(const std::vector<FilePair>& pairs, bool create_folder, bool tree) {
   Settings& s = settings();
   TransferLists& lists = core_.transfer.lists;
   for (const FilePair& pair : pairs) {
@@ -338,6 +338,7 @@ bool UploadEngine::TransferPairs(const std::vector<FilePair>& pairs, bool create
     }
     core_.rt.transfer_state.clear();
     NoteAbortRequest();
+    if (tree && ErrorRecorded() && !session_.abort_request) NoteRefusedFile(pair.source);
     if (ErrorRecorded()) RaiseRecorded("UpLoadAll");
   }
   return true;

@@ -94,5 +94,30 @@ TEST(DataConnectionRetries, ACutOrRefusedDataConnectionIsRetried) {
   fs::remove_all(dir);
 }
 
+// pure-ftpd refuses some names ("553 Prohibited file name" for a backslash): that file fails,
+// the rest of the tree is uploaded, and the job reports the refusal.
+class PureFtpdNames : public TransferSuite<PureFtpdNames> {
+ public:
+  static ServerSetup ServerToStart() { return {ServerKind::PureFtpd}; }
+};
+
+TEST_F(PureFtpdNames, ARefusedNameFailsAloneInATreeJob) {
+  const fs::path tree = dir_ / "tree";
+  WriteBytes(tree / "a.txt", "a");
+  WriteBytes(tree / "back\\slash.txt", "refused");
+  WriteBytes(tree / "sub" / "z.txt", "z");
+  WriteBytes(tree / "zz.txt", "zz");
+  ftp_->ReplaceSetting(1);
+  ftp_->LocalPath(tree.string() + "/");
+  ftp_->RemotePath("/tree/");
+  EXPECT_FALSE(ftp_->UpLoad());
+  EXPECT_EQ(ftp_->ErrorNumber(), 16553) << ftp_->ErrorInfo();
+  EXPECT_NE(ftp_->FailedFiles().find("slash.txt"), std::string::npos) << ftp_->FailedFiles();
+  const fs::path remote = server().root() / "tree";
+  EXPECT_EQ(ReadAll(remote / "a.txt"), "a");
+  EXPECT_EQ(ReadAll(remote / "sub" / "z.txt"), "z");
+  EXPECT_EQ(ReadAll(remote / "zz.txt"), "zz");
+}
+
 }  // namespace
 }  // namespace quorvi::test
