@@ -1,8 +1,6 @@
 #include "ftp/remote_directory_ops.h"
 
 #include <algorithm>
-#include <array>
-#include <string_view>
 #include <utility>
 
 #include "component/core.h"
@@ -73,7 +71,10 @@ bool IsRoot(const std::string& path) { return path == "/" || path == "\\"; }
 // refusal stays the error when the folder turns out empty or unlistable.
 bool RefusedWithEntries(Core& core, const std::string& path) {
   const std::int32_t number = core.ErrorNumber();
-  if (number < errors::ReplyError(400) || number > errors::ReplyError(599)) return false;
+  // 421 ends the session: that is no answer about the folder.
+  if (number < errors::ReplyError(400) || number > errors::ReplyError(599) ||
+      number == errors::ReplyError(421))
+    return false;
   const SavedError refusal(core);
   const auto files = GetRemoteFolderEntries(core, path);
   const bool has_entries = files && files->Count() > 0 && core.ErrorNumber() == 0;
