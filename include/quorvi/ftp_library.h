@@ -155,7 +155,9 @@ class FtpLibrary {
   void KeepAliveCommand(const std::string& value);
   /// Keep-alive interval in seconds (0 = off, otherwise 30..1800).
   void KeepAliveSecond(std::int16_t value);
-  /// List with MLSD (true) or LIST (false).
+  /// List with MLSD (true) or LIST (false). Read: whether listings go out as MLSD now (false
+  /// after the login found that the server has no MLSD).
+  bool ListDirByMLSD() const;
   void ListDirByMLSD(bool value);
   /// Send "LIST -al" so hidden entries are listed.
   void ListAll(bool value);
@@ -171,6 +173,10 @@ class FtpLibrary {
   void AutoEncoding(bool value);
   /// Retries of a failed file (the attempt limit becomes value + 1).
   void ReDoTimes(std::int16_t value);
+  /// Seconds between a failed attempt of a file and its retry (default 5; 0..3600, others are
+  /// cut to that range).
+  std::int16_t RetryPause() const;
+  void RetryPause(std::int16_t value);
   /// Transfer without listing the remote side first.
   void WithoutList(bool value);
   /// Recreate the source folder itself below the destination.

@@ -10,6 +10,7 @@
 #include "component/core.h"
 #include "component/credential_cipher.h"
 #include "local/path_rules.h"
+#include "transfer/local_file.h"
 #include "platform/socket_api.h"
 
 namespace quorvi {
@@ -19,6 +20,7 @@ namespace {
 constexpr std::int32_t kDefaultPort = 21;
 constexpr std::int16_t kMinTimeOut = 30;
 constexpr std::int16_t kMaxTimeOut = 6000;
+constexpr std::int16_t kMaxRetryPause = 3600;
 constexpr std::int32_t kMinBuffer = 32;
 constexpr std::int16_t kCipherOn = 1;
 constexpr std::int16_t kCipherOff = 100;
@@ -257,6 +259,7 @@ void FtpLibrary::KeepAliveSecond(std::int16_t value) {
   core_->settings.keep_alive_second = seconds;
 }
 
+bool FtpLibrary::ListDirByMLSD() const { return core_->rt.list_command == "MLSD"; }
 void FtpLibrary::ListDirByMLSD(bool value) { core_->rt.list_command = value ? "MLSD" : "LIST"; }
 void FtpLibrary::ListAll(bool value) { core_->settings.list_all = value; }
 
@@ -285,6 +288,11 @@ void FtpLibrary::ReDoTimes(std::int16_t value) {
   const std::int32_t limit = value >= 1 ? value + 1 : 0;
   core_->settings.redo_limit =
       static_cast<std::int16_t>(std::min<std::int32_t>(limit, std::numeric_limits<std::int16_t>::max()));
+}
+
+std::int16_t FtpLibrary::RetryPause() const { return detail::TransferEngine::Of(*core_).retry_pause; }
+void FtpLibrary::RetryPause(std::int16_t value) {
+  detail::TransferEngine::Of(*core_).retry_pause = std::clamp<std::int16_t>(value, 0, kMaxRetryPause);
 }
 
 void FtpLibrary::WithoutList(bool value) { core_->settings.without_list = value; }

@@ -129,14 +129,27 @@ bool ChangesServerFiles(std::string_view upper_command) {
 }
 
 std::string ToServerPath(std::string_view path, std::string_view path_prefix) {
-  if (path == "/" || path == "\\") return "/";
-  if (path_prefix.size() < 2 || path.empty() || (path[0] != '/' && path[0] != '\\')) {
+  const bool prefixed = path_prefix.size() >= 2;
+  // "/" is the login folder like every other absolute path: sent as the real root it listed,
+  // and let a removal delete, another folder than the one the paths below it name.
+  if (path == "/" || path == "\\") return prefixed ? std::string(path_prefix) : "/";
+  if (!prefixed || path.empty() || (path[0] != '/' && path[0] != '\\')) {
     return std::string(path);
   }
   std::string joined = std::string(path_prefix) + "/" + std::string(path);
   std::replace(joined.begin(), joined.end(), '\\', '/');
   ReplaceAll(joined, "//", "/");
   return joined;
+}
+
+std::string FromServerPath(std::string_view server_path, std::string_view path_prefix) {
+  std::string_view prefix = path_prefix;
+  while (prefix.size() > 1 && prefix.back() == '/') prefix.remove_suffix(1);
+  if (prefix.size() < 2 || !server_path.starts_with(prefix)) return std::string(server_path);
+  const std::string_view rest = server_path.substr(prefix.size());
+  if (rest.empty() || rest == "/") return "/";
+  if (rest[0] != '/') return std::string(server_path);  // "/home/ftptest2" is another folder
+  return std::string(rest);
 }
 
 CommandLine BuildCommandLine(std::string_view command, std::string_view argument,

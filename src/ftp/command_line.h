@@ -38,9 +38,15 @@ bool IsPathCommand(std::string_view upper_command);
 /// True for commands that change files or folders on the server (DELE, STOR, RNTO, SITE...).
 bool ChangesServerFiles(std::string_view upper_command);
 
-/// The path as put on the wire: "/" or "\" alone is "/"; with a path prefix of at least two
-/// characters an absolute path goes below it ("\" become "/", "//" collapse); else unchanged.
+/// The path as put on the wire. With a path prefix (the login folder of a server without
+/// chroot) of at least two characters every absolute path goes below it, "/" itself included
+/// ("\" become "/", "//" collapse); otherwise "/" or "\" alone is "/" and any other path is
+/// unchanged.
 std::string ToServerPath(std::string_view path, std::string_view path_prefix);
+
+/// The reverse of ToServerPath for a directory the server names (PWD): the login folder is
+/// "/", a folder below it loses the prefix; a folder outside it stays as the server gave it.
+std::string FromServerPath(std::string_view server_path, std::string_view path_prefix);
 
 /// Session settings that shape a command line.
 struct CommandLineSettings {

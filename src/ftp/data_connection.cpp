@@ -261,6 +261,9 @@ bool DataConnection::BeginDataExchange(const std::string& type) {
 }
 
 void DataConnection::OpenData() {
+  // A server may connect as soon as PORT is accepted, before the STOR of this upload: nothing
+  // goes out until its 125/150.
+  upload_cleared_ = false;
   if (core_.settings.passive_mode) {
     SendPassiveCommand();
   } else {
@@ -285,7 +288,7 @@ void DataConnection::CloseDataConnection() {
 }
 
 void DataConnection::UploadData() {
-  if (core_.rt.operation != opUpload || transfer == nullptr) return;
+  if (core_.rt.operation != opUpload || transfer == nullptr || !upload_cleared_) return;
   const UploadStep step =
       NextUploadStep(m_objDataSocket.m_lngBufferLen, transfer->UploadBytesSent(),
                      transfer->UploadFileSize(), transfer->UploadChunkSize());
@@ -306,6 +309,13 @@ void DataConnection::UploadData() {
   }
   transfer->CloseLocalFile();
   m_objDataSocket.CloseSocket();  // the server sees the end of the data and answers 226
+}
+
+void DataConnection::UploadCleared() {
+  if (upload_cleared_) return;
+  upload_cleared_ = true;
+  const CSocket& s = m_objDataSocket;
+  if (s.State() == sckConnected && (!s.UsesTls() || s.Secured()) && s.m_lngBufferLen == 0) UploadData();
 }
 
 std::string DataConnection::ListArgument() const {

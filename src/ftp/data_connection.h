@@ -150,6 +150,12 @@ class DataConnection {
   /// One upload step (opUpload only): resend what is pending, send the next chunk, or close
   /// the file and the socket when everything is sent.
   void UploadData();
+  /// An upload's data waits for the server's 125/150 to its STOR: servers reset a data
+  /// connection on which bytes (or the end of a zero-byte file) arrive before that reply.
+  void AwaitUploadClearance() { upload_cleared_ = false; }
+  /// The 125/150 came: start sending when the data connection is ready (otherwise its write
+  /// readiness starts it).
+  void UploadCleared();
   /// The LIST argument of the running listing (ListDirForFile / ListDirWithAsterisk applied).
   std::string ListArgument() const;
 
@@ -185,7 +191,8 @@ class DataConnection {
   Core& core_;
   std::int32_t port_counter_ = 0;
   std::mt19937 random_;
-  bool listening_attempt_ = false;  ///< a failed Listen is retried, not an operation failure
+  bool listening_attempt_ = false;
+  bool upload_cleared_ = false;     ///< the running upload's STOR was answered with 125/150  ///< a failed Listen is retried, not an operation failure
   /// Runs while a transfer whose data connection failed waits for the control reply.
   platform::EventPump::TimerId reply_grace_timer_ = 0;
 };

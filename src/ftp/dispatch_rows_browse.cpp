@@ -34,8 +34,10 @@ std::vector<DispatchRow> BrowseDispatchRows() {
       {opListDirectory, "EPRT", {200}, Handler("Send LIST")},
       {opListDirectory, "EPRT", {226, 257}, Ignore()},
       {opListDirectory, "EPRT", {}, Fail()},
-      {opListDirectory, "LIST", {125, 150, 200, 257}, Ignore()},
-      {opListDirectory, "LIST", {226, 250}, Handler("ListDone")},
+      {opListDirectory, "LIST", {125, 150, 257}, Ignore()},
+      // Some servers end MLSD with 200: it is the listing's end too (keep-alive replies never
+      // get here), so the listing does not wait out the time-out for a 226.
+      {opListDirectory, "LIST", {200, 226, 250}, Handler("ListDone")},
       {opListDirectory, "LIST", {501, 550}, Handler("ListRefused")},
       {opListDirectory, "LIST", {}, Fail()},  // the error path closes the data connection
 

@@ -58,7 +58,8 @@ std::vector<DispatchRow> TransferDispatchRows() {
       {opUpload, "REST", {350}, Send("STOR", "RemotePath")},
       {opUpload, "REST", {200, 257}, Ignore()},
       {opUpload, "REST", {}, Fail()},
-      {opUpload, "STOR", {110, 125, 150}, Ignore()},
+      {opUpload, "STOR", {110}, Ignore()},
+      {opUpload, "STOR", {125, 150}, Handler("UploadCleared")},
       {opUpload, "STOR", {200, 257}, Logged("STOR.KA.", Ignore())},
       {opUpload, "STOR", {226, 250}, Handler("UploadStored")},
       // 421, 550 and the rest: the error path closes the local file; the engine decides

@@ -73,30 +73,6 @@ struct Restore {
   std::string saved_directory;
 };
 
-// The error of the listing survives the directory change back (which begins an operation of
-// its own and so clears the error object).
-struct SavedError {
-  explicit SavedError(Core& core)
-      : number(core.error().Number()),
-        description(core.error().Description()),
-        source(core.error().Source()),
-        last_number(core.rt.last_error_number),
-        last_text(core.rt.last_error_text) {}
-  void PutBack(Core& core) const {
-    if (number != 0) {
-      core.error().Number(number);
-      core.error().Description(description);
-      core.error().Source(source);
-    }
-    core.rt.last_error_number = last_number;
-    core.rt.last_error_text = last_text;
-  }
-  std::int32_t number;
-  std::string description, source;
-  std::int32_t last_number;
-  std::string last_text;
-};
-
 void PutBack(Core& core, const Restore& restore) {
   if (restore.list_command) core.rt.list_command = "MLSD";
   if (!restore.directory) return;
@@ -271,6 +247,23 @@ std::optional<CFtpFile> GetFtpFileInfoFromCache(Core& core, const std::string& p
   const CFtpFile* file = cached->Item(MFile::GetFileName(full));
   if (file == nullptr || file->IsDirectory() || file->FilePath() != full) return std::nullopt;
   return *file;
+}
+
+SavedError::SavedError(Core& core)
+    : number(core.error().Number()),
+      description(core.error().Description()),
+      source(core.error().Source()),
+      last_number(core.rt.last_error_number),
+      last_text(core.rt.last_error_text) {}
+
+void SavedError::PutBack(Core& core) const {
+  if (number != 0) {
+    core.error().Number(number);
+    core.error().Description(description);
+    core.error().Source(source);
+  }
+  core.rt.last_error_number = last_number;
+  core.rt.last_error_text = last_text;
 }
 
 }  // namespace quorvi::detail

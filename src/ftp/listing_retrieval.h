@@ -5,6 +5,7 @@
 
 #include <quorvi/ftp_file.h>
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -12,6 +13,17 @@
 namespace quorvi::detail {
 
 class Core;
+
+/// The error state at construction, put back later: a listing or directory change begins an
+/// operation of its own and so clears the error object.
+struct SavedError {
+  explicit SavedError(Core& core);
+  void PutBack(Core& core) const;
+  std::int32_t number;
+  std::string description, source;
+  std::int32_t last_number;
+  std::string last_text;
+};
 
 /// How one path is listed.
 struct ListingPlan {

@@ -1,8 +1,6 @@
 #include "ftp/remote_directory_ops.h"
 
 #include <algorithm>
-#include <array>
-#include <string_view>
 #include <utility>
 
 #include "component/core.h"
@@ -68,17 +66,22 @@ class RemovalScope {
 
 bool IsRoot(const std::string& path) { return path == "/" || path == "\\"; }
 
-// Refusals of RMD that mean "the folder still has entries". vsftpd gives no reason at all for
-// a non-empty folder, only its generic failure text; a folder refused for another reason then
-// fails while it is emptied (DELE refused) or at the guard.
-constexpr std::array<std::string_view, 3> kNotEmptyPhrases = {
-    "cannot delete", "not empty", "remove directory operation failed"};
-
-bool RefusedAsNotEmpty(Core& core) {
-  if (core.ErrorNumber() != errors::ReplyError(550)) return false;
-  const std::string info = ftp_text::Lower(core.ErrorInfo());
-  return std::any_of(kNotEmptyPhrases.begin(), kNotEmptyPhrases.end(),
-                     [&](std::string_view phrase) { return ftp_text::Contains(info, phrase); });
+// Whether a refused RMD is worth emptying the folder: servers word "not empty" in many ways
+// ("550 Delete operation failed", "451 file system error", vsftpd's bare failure text), so the
+// folder's own listing decides. Only a refusal by reply counts (a close is no refusal), and the
+// refusal stays the error when the folder turns out empty or unlistable.
+bool RefusedWithEntries(Core& core, const std::string& path) {
+  const std::int32_t number = core.ErrorNumber();
+  // 421 ends the session: that is no answer about the folder.
+  if (number < errors::ReplyError(400) || number > errors::ReplyError(599) ||
+      number == errors::ReplyError(421))
+    return false;
+  const SavedError refusal(core);
+  const auto files = GetRemoteFolderEntries(core, path);
+  const bool has_entries = files && files->Count() > 0 && core.ErrorNumber() == 0;
+  core.error().Clear();
+  refusal.PutBack(core);
+  return has_entries;
 }
 
 // The rest of RemoveDirectory once RMD was refused as "not empty".
@@ -238,7 +241,7 @@ bool RemoveDirectory(Core& core, const std::string& directory_path) {
     if (IsRoot(path)) return RemoveFTPFolderAndFiles(core, path);
     if (RunCommand(core, opRemoveDirectory, "RMD", path)) return true;
     WriteLog("RDIR:" + core.ErrorInfo());
-    if (!RefusedAsNotEmpty(core)) return false;
+    if (!RefusedWithEntries(core, path)) return false;
     return EmptyAndRemove(core, path);
   });
 }

@@ -114,6 +114,7 @@ bool FtpSession::ConnectSteps() {
   abort_request = false;
   core_.rt.logged_in = false;
   closed_by_us_ = false;
+  quit_refused_ = false;
   core_.BeginAsyncMethod(opConnect);
 
   m_objControlSocket.RemoteHost(settings.server_name);
@@ -174,7 +175,9 @@ void FtpSession::FinishLogin() {
       ~Reset() { flag = false; }
     } reset{finishing_login_};
     ProbeFeatures();
+    path_prefix.clear();  // a new login's PWD names the login folder as the server sees it
     path_prefix = GetCurrentDirectory();
+    core_.rt.current_directory = "/";
   }
   if (m_objControlSocket.State() != sckConnected) Fail(errors::kInterrupted);  // closed by a probe
 
@@ -236,6 +239,8 @@ bool FtpSession::ReConnect() {
 bool FtpSession::Quit() {
   try {
     if (!Connected() || core_.rt.operation == opQuit) return false;
+    // A server that refused QUIT (502) has had its answer: the next close leaves at once.
+    if (quit_refused_) return true;
     CloseData();
     quit_wait_limit = std::min(quit_wait_limit, 60);
     core_.BeginAsyncMethod(opQuit);
@@ -243,6 +248,7 @@ bool FtpSession::Quit() {
     // Past the QUIT limit the session is left anyway: not an error.
     if (!WaitForOperation({opQuit}, quit_wait_limit, false)) core_.rt.operation = opNone;
     const bool ok = Succeeded();
+    quit_refused_ = !ok;
     core_.EndAsyncMethod();
     return ok;
   } catch (const ComponentError& e) {

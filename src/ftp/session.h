@@ -187,6 +187,7 @@ class FtpSession : private DispatchTarget {
   int keep_alive_pending_ = 0;              ///< keep-alive commands not answered yet
   std::string pending_reply_;               ///< text received since the last complete reply
   bool closed_by_us_ = false;               ///< the control socket's close was ours
+  bool quit_refused_ = false;               ///< QUIT was answered with an error: not sent again
   bool finishing_login_ = false;            ///< FinishLogin runs (its probes must not log in)
   platform::EventPump::TimerId keep_alive_timer_ = 0, timeout_timer_ = 0, on_top_timer_ = 0;
 };

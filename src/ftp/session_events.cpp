@@ -4,6 +4,7 @@
 
 #include "component/error_numbers.h"
 #include "component/error_object.h"
+#include "ftp/command_line.h"
 #include "ftp/ftp_text.h"
 #include "ftp/session.h"
 
@@ -133,7 +134,7 @@ void FtpSession::RegisterHandlers() {
   });
   dispatcher.RegisterHandler("LoginDirectory", [this](const DispatchContext&) {
     const auto directory = ParseCurrentDirectory(reply_buffer);
-    core_.rt.current_directory = directory.value_or(std::string());
+    core_.rt.current_directory = FromServerPath(directory.value_or(std::string()), path_prefix);
     if (!directory) {
       core_.error().Number(errors::kBadDirectoryReply);
       core_.error().Description(
@@ -145,7 +146,8 @@ void FtpSession::RegisterHandlers() {
   });
   dispatcher.RegisterHandler("CurrentDirectory", [this](const DispatchContext&) {
     const auto directory = ParseCurrentDirectory(reply_buffer);
-    core_.rt.current_directory = directory.value_or(std::string());
+    // Held as the component's paths are given: the login folder is "/".
+    core_.rt.current_directory = FromServerPath(directory.value_or(std::string()), path_prefix);
     if (!directory) Fail(errors::kBadDirectoryReply);
     core_.EndAsyncMethod();
   });

@@ -24,7 +24,8 @@ namespace {
 
 // Failures a download never retries: missing file, broken data connection, size limit,
 // SIZE answered 550, a name the server does not allow (553), syntax errors, refused connection.
-const RetryRule kDownloadRetry{{20007, 20061, 20003, 16550, 16553, 16501, 10061, 501},
+// A cut or refused data connection (20061, 10061) is transient: the retry resumes.
+const RetryRule kDownloadRetry{{20007, 20003, 16550, 16553, 16501, 501},
                                {"not found", "is invalid"}};
 
 double LocalSize(const std::string& path) {
@@ -343,7 +344,12 @@ bool DownloadEngine::OneBody(bool create_folder) {
 
   engine_.replace_local = false;
   const bool exists = CFile::FileExists(s.local_path);
-  if (engine_.attempt == 1) engine_.destination_ours = !exists || s.overwrite;
+  if (engine_.attempt == 1) {
+    engine_.destination_ours = !exists || s.overwrite;
+    engine_.destination_written = false;
+  } else if (engine_.destination_ours && !engine_.destination_written) {
+    s.overwrite = true;  // no byte arrived yet: the local file is still the one it replaces
+  }
   if (exists) {
     if (s.overwrite || RestartWithoutRest(LocalSize(s.local_path), "DownLoadOne")) {
       // Replaced when its first byte arrives: until the server agrees to send, it stays.

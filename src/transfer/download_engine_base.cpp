@@ -78,6 +78,15 @@ void EngineBase::NoteTreeFailure(const std::string& path, std::int32_t number,
   if (!tree_failure_) tree_failure_.emplace(number, info);
 }
 
+bool EngineBase::NoteRefusedFile(const std::string& path) {
+  const std::int32_t number = core_.ErrorNumber();
+  if (number != errors::ReplyError(550) && number != errors::ReplyError(553) &&
+      number != errors::ReplyError(501))
+    return false;
+  NoteTreeFailure(path);
+  return true;
+}
+
 void EngineBase::RaiseTreeFailure() {
   if (tree_failure_) throw *tree_failure_;
 }

@@ -89,6 +89,10 @@ class EngineBase {
   void NoteTreeFailure(const std::string& path, std::int32_t number = 0, const std::string& text = {});
   /// Raises the first noted tree failure, if any.
   void RaiseTreeFailure();
+  /// In a tree job, a file the server refuses by its name or rights (550, 553, a name the code
+  /// page cannot carry) fails alone: it is noted for the end of the job, which goes on. True
+  /// when the error was such a refusal (the error is then cleared).
+  bool NoteRefusedFile(const std::string& path);
   /// The one-file failure path: not retried → recorded, false; retried → countdown, then
   /// again() with the resume setting and OnError off.
   bool HandleFailure(const ComponentError& e, const std::string& procedure, const RetryRule& rule,

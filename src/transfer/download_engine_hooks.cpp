@@ -2,6 +2,7 @@
 // collision) and the dispatcher handlers of the download and upload rows.
 #include "component/error_numbers.h"
 #include "component/error_object.h"
+#include "ftp/data_connection.h"
 #include "ftp/session.h"
 #include "local/formatters.h"
 #include "transfer/local_file.h"
@@ -43,6 +44,10 @@ void RegisterHandlers(Core& core, FtpSession& session) {
              core.settings.local_path);
     session.SendFtpCommand("TYPE", core.settings.transfer_mode == FTP_ASCII_MODE ? "A" : "I");
   });
+  session.dispatcher.RegisterHandler("UploadCleared", [&core](const DispatchContext&) {
+    TransferEngine::Of(core).destination_written = true;  // the server has opened its file
+    DataConnection::Of(core).UploadCleared();
+  });
   session.dispatcher.RegisterHandler("UploadStored", [&core](const DispatchContext&) {
     core.EndAsyncMethod();
     CloseLocalFile(core);
@@ -78,6 +83,7 @@ void StartTransferCommand(Core& core) {
     session.SendFtpCommand("RETR", s.remote_path);
     WriteLog("Download.RETR:" + NumberText(offset) + paths);
   } else if (core.rt.operation == opUpload) {
+    DataConnection::Of(core).AwaitUploadClearance();
     if (offset > 0) {
       session.SendFtpCommand("REST", NumberText(offset));
       WriteLog("Upload.REST:" + NumberText(offset) + paths);

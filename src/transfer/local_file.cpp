@@ -213,6 +213,7 @@ bool OpenDownloadFile(Core& core) {
     return false;
   }
   engine.local_opened = true;
+  engine.destination_written = true;
   if (!replace && engine.bytes > 0) engine.file.Seek(engine.bytes);
   return true;
 }

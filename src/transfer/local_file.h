@@ -55,6 +55,10 @@ class TransferEngine {
   /// The destination's bytes are this job's own (nothing was there before the file's first
   /// attempt) or the policy overwrites: a restart from byte 0 loses nothing of the user's.
   bool destination_ours = false;
+  /// An attempt of this file changed the destination (download: opened the local file; upload:
+  /// STOR was accepted). Until then a retry replaces what the first attempt meant to replace,
+  /// though the retry itself runs with "resume all".
+  bool destination_written = false;
   std::int32_t rest_refusal_number = 0;  ///< error number of the session's REST refusal
   std::int64_t local_modified = 0;  ///< upload: the local file's last write when it began
   /// The engine's side of the data connection (installed there by Of).

@@ -25,7 +25,8 @@ namespace {
 
 // Failures an upload never retries (553: a name the server does not allow); a refusal that
 // says "denied" or "deny" neither.
-const RetryRule kUploadRetry{{20007, 20061, 20003, 16550, 16553, 16501, 16010, 10061},
+// A cut or refused data connection (20061, 10061) is transient: the retry resumes.
+const RetryRule kUploadRetry{{20007, 20003, 16550, 16553, 16501, 16010},
                              {"denied", "deny"}};
 
 std::string Trimmed(const std::string& text) { return std::string(TrimBlanks(text)); }
@@ -290,7 +291,7 @@ bool UploadEngine::FolderItem(const std::string& item, const std::string& remote
         break;
     }
   }
-  if (!batch.empty() && !Step([&] { return TransferPairs(batch, true); })) return false;
+  if (!batch.empty() && !Step([&] { return TransferPairs(batch, true, true); })) return false;
   // Empty local folders exist on the server too; one the server refuses fails the job.
   for (const auto& path : folders)
     if (!CreateDirectory(core_, path, true)) NoteTreeFailure(path);
@@ -321,7 +322,7 @@ bool UploadEngine::FileMode(const std::vector<std::string>& local,
 
 // One file after the other, each path exactly as given: no list syntax, pattern or trimming
 // applies to them any more.
-bool UploadEngine::TransferPairs(const std::vector<FilePair>& pairs, bool create_folder) {
+bool UploadEngine::TransferPairs(const std::vector<FilePair>& pairs, bool create_folder, bool tree) {
   Settings& s = settings();
   TransferLists& lists = core_.transfer.lists;
   for (const FilePair& pair : pairs) {
@@ -338,6 +339,7 @@ bool UploadEngine::TransferPairs(const std::vector<FilePair>& pairs, bool create
     }
     core_.rt.transfer_state.clear();
     NoteAbortRequest();
+    if (tree && ErrorRecorded() && !session_.abort_request) NoteRefusedFile(pair.source);
     if (ErrorRecorded()) RaiseRecorded("UpLoadAll");
   }
   return true;
@@ -394,7 +396,12 @@ bool UploadEngine::OneBody(bool create_folder) {
   }
   bool result = false;
   if (!DecideRemote(create_folder, result)) return result;
-  if (engine_.attempt == 1) engine_.destination_ours = s.overwrite || engine_.remote_size <= 0;
+  if (engine_.attempt == 1) {
+    engine_.destination_ours = s.overwrite || engine_.remote_size <= 0;
+    engine_.destination_written = false;
+  } else if (engine_.destination_ours && !engine_.destination_written) {
+    s.overwrite = true;  // no STOR was accepted yet: the server still holds the file it replaces
+  }
   if (!s.overwrite && !RestartWithoutRest(engine_.remote_size, "UpLoadOne")) {
     engine_.bytes = engine_.remote_size;
     p.start_offset = engine_.remote_size;
@@ -536,6 +543,7 @@ bool UploadEngine::Send() {
     Fail(errors::kDataSocketFailed, GetErrorText(errors::kDataSocketFailed), "UpLoadOne");
   }
   if (changed) {
+    engine_.attempt = s.redo_limit;  // a resume would splice two versions of the file
     Fail(errors::kDataSocketFailed,
          "The local file changed while it was uploaded: the server holds the " +
              NumberText(engine_.local_size) + " bytes it had when the upload began, the file now has " +

@@ -45,7 +45,8 @@ class UploadEngine : private EngineBase {
   /// Remote path of one file of a file-mode batch ("" when none is given).
   std::string FileTarget(const std::string& local, std::size_t i,
                          const std::vector<std::string>& remote, bool single_folder) const;
-  bool TransferPairs(const std::vector<FilePair>& pairs, bool create_folder);
+  /// tree: a folder job, in which a file the server refuses fails alone (NoteRefusedFile).
+  bool TransferPairs(const std::vector<FilePair>& pairs, bool create_folder, bool tree = false);
   /// Queue pass: a target the finished job stored gets a new name by the rename rule.
   std::string AvoidJobFiles(std::string remote) const;
 

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
+#include <string>
 #include <string_view>
 
 #include "commands.h"
@@ -15,10 +16,19 @@
 
 namespace {
 
-void Trace(quorvi::FtpLibrary& ftp) {
-  ftp.OnServerMessage().Subscribe([&ftp] {
-    const char* arrow = ftp.MessageType() == quorvi::FTP_USER_COMMAND ? "-> " : "<- ";
-    std::cerr << arrow << ftp.MessageInfo() << "\n";
+// The component names a listing request "LIST" in its command message; -v shows the command
+// that went out instead.
+std::string WireCommand(const quorvi::FtpLibrary& ftp, const std::string& message, bool list_all) {
+  if (message != "LIST" && !message.starts_with("LIST ")) return message;
+  const char* head = ftp.ListDirByMLSD() ? "MLSD" : list_all ? "LIST -al" : "LIST";
+  return head + message.substr(4);
+}
+
+void Trace(quorvi::FtpLibrary& ftp, bool list_all) {
+  ftp.OnServerMessage().Subscribe([&ftp, list_all] {
+    const bool command = ftp.MessageType() == quorvi::FTP_USER_COMMAND;
+    std::cerr << (command ? "-> " : "<- ")
+              << (command ? WireCommand(ftp, ftp.MessageInfo(), list_all) : ftp.MessageInfo()) << "\n";
   });
   ftp.OnStateChange().Subscribe([&ftp] { std::cerr << "state " << ftp.FtpState() << "\n"; });
 }
@@ -79,7 +89,7 @@ int main(int argc, char** argv) {
   qftp::Configure(ftp, options);
   if (options.insecure && options.security != 0)
     std::cerr << "qftp: --insecure: the server's certificate is not checked\n";
-  if (options.verbose) Trace(ftp);
+  if (options.verbose) Trace(ftp, options.list_all);
   if (!command->needs_login) {
     const bool ok = command->run(ftp, options);
     if (ftp.Connected()) ftp.CloseConnection();

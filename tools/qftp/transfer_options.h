@@ -17,6 +17,7 @@ struct TransferOptions {
   std::optional<std::string> replace;  ///< ask | overwrite | resume | skip | rename
   std::optional<std::string> rename_rule;
   std::optional<int> retries;
+  std::optional<int> retry_pause;
   std::optional<int> max_speed_kib;
   std::optional<double> max_size_mib;
   std::optional<std::string> allow, forbid;

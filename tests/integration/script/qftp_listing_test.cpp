@@ -39,5 +39,26 @@ TEST_F(QftpListing, AMissingFolderFailsAndAnEmptyOneDoesNot) {
   }
 }
 
+// A server that ends MLSD with "200" and refuses QUIT with 502: the listing is taken at once,
+// -v shows the MLSD that went out, and QUIT goes out once.
+QUORVI_SERVER_SUITE(QftpOddServer, ServerKind::FaultFtpd,
+                    {"--fault", "mlsd_200", "--reply", "QUIT=502 Command not implemented."});
+
+TEST_F(QftpOddServer, VerboseShowsTheWireAndNothingWaits) {
+  server().WriteFile("pub/a.txt", "a");
+  const std::vector<std::string> argv = {
+      std::string(QUORVI_BINARY_DIR) + "/tools/qftp/qftp", "-v", "--mlsd", "-H", server().host(),
+      "-P", std::to_string(server().port()), "-u", server().user(), "-p", server().password(),
+      "ls", "/pub"};
+  const auto start = std::chrono::steady_clock::now();
+  const auto run = RunScript(argv, {}, std::chrono::seconds(60));
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+  EXPECT_EQ(run.exit_code, 0) << run.err;
+  EXPECT_NE(run.out.find("a.txt"), std::string::npos) << run.out;
+  EXPECT_NE(run.err.find("-> MLSD"), std::string::npos) << run.err;
+  EXPECT_EQ(run.err.find("-> LIST"), std::string::npos) << run.err;
+  EXPECT_EQ(Count(run.err, "-> QUIT"), 1u) << run.err;
+}
+
 }  // namespace
 }  // namespace quorvi::test

@@ -93,5 +93,30 @@ TEST_F(TlsCutMidStream, ACutFailsAndTheNextDownloadResumesIt) {
   EXPECT_EQ(Count(ReadAll(server().log_path()), "REST " + std::to_string(part.size())), 1u);
 }
 
+// Implicit FTPS with the greeting in three TLS records (as aioftp sends it): the greeting is
+// read through TLS whole, every login works at once, and a small file arrives whole.
+QUORVI_SERVER_SUITE(ImplicitSplitGreeting, ServerKind::FaultFtpd,
+                    {"--implicit-tls", TestCerts().combined.string()});
+
+TEST_F(ImplicitSplitGreeting, GreetingAcrossRecordsAndSmallFiles) {
+  server().WriteFile("pub/five.txt", "12345");
+  const fs::path local = TestCerts().dir / "implicit";
+  fs::create_directories(local);
+  for (int round = 0; round < 5; ++round) {
+    SCOPED_TRACE(round);
+    auto ftp = UserClient(server());
+    ftp->Security(2);
+    ftp->CAFile(TestCerts().ca.string());
+    ftp->ReplaceSetting(1);
+    fs::remove(local / "five.txt");
+    ASSERT_TRUE(ftp->Connect()) << ftp->ErrorNumber() << " " << ftp->ErrorInfo();
+    EXPECT_TRUE(ftp->DownLoadFile("/pub/five.txt", (local / "five.txt").string()))
+        << ftp->ErrorNumber() << " " << ftp->ErrorInfo();
+    EXPECT_EQ(ReadAll(local / "five.txt"), "12345");
+  }
+  EXPECT_EQ(Count(ReadAll(server().log_path()), "<- USER"), 5u);  // no second login, no reconnect
+  fs::remove_all(local);
+}
+
 }  // namespace
 }  // namespace quorvi::test

@@ -14,12 +14,27 @@ TEST(CommandLine, ToServerPathPlacesAbsolutePathsUnderThePrefix) {
       {"\\pub\\incoming", "", "\\pub\\incoming"},
       {"\\pub\\incoming", "/home/u", "/home/u/pub/incoming"},
       {"/pub//a", "/home/u/", "/home/u/pub/a"},
-      {"/", "/home/u", "/"},
+      {"/", "/home/u", "/home/u"},             // the login folder, like every absolute path
+      {"\\", "/home/u", "/home/u"},
+      {"/", "", "/"},
       {"relative/x", "/home/u", "relative/x"},
       {"/x", "/", "/x"},                       // a one-character prefix is no prefix
   };
   for (const auto& c : cases) {
     EXPECT_EQ(ToServerPath(c.path, c.prefix), c.wire) << c.path << " under " << c.prefix;
+  }
+}
+
+TEST(CommandLine, FromServerPathIsTheReverseBelowTheLoginFolder) {
+  struct Case { std::string server, prefix, path; };
+  const std::vector<Case> cases = {
+      {"/home/u", "/home/u", "/"},         {"/home/u/", "/home/u", "/"},
+      {"/home/u/a/b", "/home/u", "/a/b"},  {"/home/u/a", "/home/u/", "/a"},
+      {"/home/u2/a", "/home/u", "/home/u2/a"},  // another folder that begins alike
+      {"/etc", "/home/u", "/etc"},         {"/a", "/", "/a"},  {"/a", "", "/a"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(FromServerPath(c.server, c.prefix), c.path) << c.server << " under " << c.prefix;
   }
 }
 
