@@ -461,8 +461,9 @@ bool DownloadEngine::Receive() {
     // An empty file sends no byte that would have opened (or replaced) the local one.
     if (!engine_.local_opened && engine_.bytes == 0) {
       if (!OpenDownloadFile(core_)) RaiseRecorded("DownLoadOne");
-      CloseLocalFile(core_);
     }
+    // The last buffered bytes reach the disk only now: a full disk fails the file here.
+    if (engine_.local_opened && !FinishDownloadFile(core_, "DownLoadOne")) RaiseRecorded("DownLoadOne");
     core_.rt.percent = 100;
     p.remaining_time = 0;
     core_.transfer.lists.RecordTransferred(s.local_path, s.remote_path);

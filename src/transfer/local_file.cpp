@@ -102,8 +102,29 @@ class EngineSide : public TransferSide {
 }  // namespace
 
 bool LocalFile::Open(const std::string& path, const char* mode) {
+  Close();
+  write_error_ = 0;
   file_.reset(std::fopen(path.c_str(), mode));
+  writing_ = IsOpen() && (mode[0] != 'r' || std::strchr(mode, '+') != nullptr);
   return IsOpen();
+}
+
+bool LocalFile::Close() {
+  if (!file_) return write_error_ == 0;
+  std::FILE* f = file_.release();
+  if (writing_) {
+    // fclose would write the buffer too, but a sync needs it written first; the sync makes a
+    // full or failing disk show here and not after the file was reported.
+    errno = 0;
+    if (std::fflush(f) != 0) NoteError(errno);
+    errno = 0;
+    if (write_error_ == 0 && ::fsync(::fileno(f)) != 0 && errno != EINVAL && errno != EROFS)
+      NoteError(errno);
+  }
+  errno = 0;
+  if (std::fclose(f) != 0 && writing_) NoteError(errno);
+  writing_ = false;
+  return write_error_ == 0;
 }
 
 bool LocalFile::Seek(double offset) {
@@ -111,7 +132,11 @@ bool LocalFile::Seek(double offset) {
 }
 
 bool LocalFile::Write(const char* data, std::size_t n) {
-  return file_ && std::fwrite(data, 1, n, file_.get()) == n;
+  if (!file_) return false;
+  errno = 0;
+  if (std::fwrite(data, 1, n, file_.get()) == n) return true;
+  NoteError(errno);
+  return false;
 }
 
 std::size_t LocalFile::Read(char* data, std::size_t n) {
@@ -184,6 +209,13 @@ bool OpenDownloadFile(Core& core) {
 
 void CloseLocalFile(Core& core) {
   if (core.engine) core.engine->file.Close();
+}
+
+bool FinishDownloadFile(Core& core, const char* procedure) {
+  TransferEngine& engine = TransferEngine::Of(core);
+  if (engine.file.Close()) return true;
+  RecordLocalFailure(core, procedure, errors::kOpenFileFailed, engine.file.WriteError());
+  return false;
 }
 
 void CheckSocketState(Core& core) {

@@ -3,6 +3,7 @@
 // One TransferEngine lives in each component (Core::engine), created on first use.
 #pragma once
 
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
@@ -13,25 +14,37 @@ namespace quorvi::detail {
 class Core;
 class TransferSide;
 
-/// An open local file (RAII); empty while no transfer holds one.
+/// An open local file (RAII); empty while no transfer holds one. A file opened for writing
+/// keeps the first system error of its writes, flush, sync and close (WriteError) until the
+/// next Open: the last buffered bytes only reach the disk at the close, and a transfer must
+/// not read as done when they did not.
 class LocalFile {
  public:
   bool IsOpen() const { return file_ != nullptr; }
   /// Opens path: "r+b" (existing file for writing), "wb" (create/replace) or "rb" (read).
   bool Open(const std::string& path, const char* mode);
-  void Close() { file_.reset(); }
+  /// Closes the file; a written one is flushed and synced to the disk first. False (and
+  /// WriteError set) when any of that failed. Nothing to do when no file is open.
+  bool Close();
   /// Moves the position to offset bytes from the start.
   bool Seek(double offset);
   /// Writes all n bytes at the current position.
   bool Write(const char* data, std::size_t n);
   /// Reads up to n bytes; fewer only at the end of the file or on an error.
   std::size_t Read(char* data, std::size_t n);
+  /// The errno of the first failed write, flush, sync or close since Open (0: none).
+  int WriteError() const { return write_error_; }
 
  private:
   struct Closer {
     void operator()(std::FILE* f) const { std::fclose(f); }
   };
+  void NoteError(int cause) {
+    if (write_error_ == 0) write_error_ = cause != 0 ? cause : EIO;
+  }
   std::unique_ptr<std::FILE, Closer> file_;
+  bool writing_ = false;
+  int write_error_ = 0;
 };
 
 /// The engine's per-component state.
@@ -73,6 +86,9 @@ bool OpenLocalFile(Core& core);
 bool OpenDownloadFile(Core& core);
 /// Closes the transfer's local file when one is open.
 void CloseLocalFile(Core& core);
+/// Closes a downloaded file before it counts as transferred: false, with the system's reason
+/// recorded (20024, no retries for a full disk), when its last bytes did not reach the disk.
+bool FinishDownloadFile(Core& core, const char* procedure);
 /// After a short byte count: 20061 when the data socket is closed, or when it does not reach
 /// the connected state within TimeOut.
 void CheckSocketState(Core& core);
