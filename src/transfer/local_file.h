@@ -42,7 +42,9 @@ class LocalFile {
   void NoteError(int cause) {
     if (write_error_ == 0) write_error_ = cause != 0 ? cause : EIO;
   }
+  static constexpr std::size_t kSyncStep = 4 << 20;
   std::unique_ptr<std::FILE, Closer> file_;
+  std::size_t unsynced_ = 0;  ///< bytes written since the disk was last asked to write
   bool writing_ = false;
   int write_error_ = 0;
 };
