@@ -219,6 +219,12 @@ void DownloadEngine::CollectFolder(const std::string& remote_item, const std::st
       subfolders.push_back(std::move(pair));
       continue;
     }
+    // The extension rules hold for every file of a job, not only for the ones it names.
+    if (FileTypeRefusal(name, settings().file_type_allow, settings().file_type_forbid) != 0) {
+      WriteLog("Download.FileType:" + pair.source);
+      core_.transfer.lists.RecordSkipped(pair.source);
+      continue;
+    }
     // A link's listed size is the link's own; its file is measured when it is fetched.
     if (!entry.IsLink()) {
       pair.listed_size = entry.FileSize();

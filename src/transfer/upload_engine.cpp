@@ -274,7 +274,15 @@ bool UploadEngine::FolderItem(const std::string& item, const std::string& remote
   std::vector<std::string> folders;
   for (const WalkEntry& e : entries) {
     switch (e.kind) {
-      case WalkKind::kFile: batch.push_back({e.path, remote_of(e.path), -1, {}}); break;
+      case WalkKind::kFile:
+        // The extension rules hold for every file of a job, not only for the ones it names.
+        if (FileTypeRefusal(e.path, s.file_type_allow, s.file_type_forbid) != 0) {
+          WriteLog("Upload.FileType:" + e.path);
+          core_.transfer.lists.RecordSkipped(e.path);
+          break;
+        }
+        batch.push_back({e.path, remote_of(e.path), -1, {}});
+        break;
       case WalkKind::kFolder: folders.push_back(remote_of(e.path)); break;
       case WalkKind::kOther:
         // A FIFO, socket, device or dangling link holds no file to send (reading a FIFO would
