@@ -307,6 +307,7 @@ bool DownloadEngine::OneBody(bool create_folder) {
   if (core_.rt.operation != opNone) Fail(errors::kUnfinished, GetErrorText(errors::kUnfinished), "DownLoadOne");
   core_.rt.percent = 0;
   engine_.bytes = engine_.local_size = engine_.remote_size = 0;
+  engine_.streaming = false;
   core_.transfer.progress.file_size = 0;
   if (engine_.attempt < 2) engine_.attempt = 1;
 

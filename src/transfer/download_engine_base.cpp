@@ -214,7 +214,9 @@ bool EngineBase::HandleFailure(const ComponentError& e, const std::string& proce
   const std::int32_t number = core_.error().Number();
   const std::string text = core_.ErrorInfo();
   const std::string lower = ftp_text::Lower(text);
-  bool retry = engine_.attempt < settings().redo_limit && e.number() != errors::kCanceled &&
+  // A stream's bytes are gone once read: it cannot be sent again.
+  bool retry = !engine_.streaming && engine_.attempt < settings().redo_limit &&
+               e.number() != errors::kCanceled &&
                std::find(rule.refused_numbers.begin(), rule.refused_numbers.end(), number) ==
                    rule.refused_numbers.end();
   for (const char* phrase : rule.refused_phrases)

@@ -1,11 +1,13 @@
 #include "transfer/local_file.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <functional>
 #include <string_view>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include "component/core.h"
@@ -80,6 +82,9 @@ class EngineSide : public TransferSide {
   void ReadUpload(std::size_t n, std::string& block) override {
     block.resize(n);  // same size as the last chunk most of the time: nothing to fill
     block.resize(engine_.file.Read(block.data(), n));
+    // A stream's end is its size: the upload waits for the server's 226 from here on.
+    if (block.empty() && engine_.streaming && !engine_.file.ReadFailed())
+      engine_.local_size = engine_.bytes;
   }
 
   void UploadSent(double n) override {
@@ -108,6 +113,31 @@ bool LocalFile::Open(const std::string& path, const char* mode) {
   unsynced_ = 0;
   file_.reset(std::fopen(path.c_str(), mode));
   writing_ = IsOpen() && (mode[0] != 'r' || std::strchr(mode, '+') != nullptr);
+  return IsOpen();
+}
+
+bool LocalFile::OpenStream(const std::string& path, int timeout_ms) {
+  Close();
+  write_error_ = 0;
+  unsynced_ = 0;
+  writing_ = false;
+  const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (fd < 0) return false;
+  pollfd ready{fd, POLLIN, 0};
+  int polled = 0;
+  for (int interrupted = 0; interrupted < 100; ++interrupted) {
+    polled = ::poll(&ready, 1, timeout_ms);
+    if (polled >= 0 || errno != EINTR) break;
+  }
+  const int flags = ::fcntl(fd, F_GETFL);
+  if (polled <= 0 || flags < 0 || ::fcntl(fd, F_SETFL, flags & ~O_NONBLOCK) != 0) {
+    const int cause = polled == 0 ? ETIMEDOUT : errno;
+    ::close(fd);
+    errno = cause;
+    return false;
+  }
+  file_.reset(::fdopen(fd, "rb"));
+  if (!file_) ::close(fd);
   return IsOpen();
 }
 
@@ -180,7 +210,11 @@ bool OpenLocalFile(Core& core) {
   const std::string& path = core.settings.local_path;
   errno = 0;
   if (core.rt.operation == opUpload) {
-    if (!engine.file.Open(path, "rb") || !engine.file.Seek(engine.bytes)) {
+    const bool opened =
+        engine.streaming
+            ? engine.file.OpenStream(path, std::max<int>(core.settings.time_out, 1) * 1000)
+            : engine.file.Open(path, "rb") && engine.file.Seek(engine.bytes);
+    if (!opened) {
       const int cause = errno;
       engine.file.Close();
       RecordLocalFailure(core, "OpenLocalFile", errors::kOpenFileFailed, cause);

@@ -23,6 +23,12 @@ class LocalFile {
   bool IsOpen() const { return file_ != nullptr; }
   /// Opens path: "r+b" (existing file for writing), "wb" (create/replace) or "rb" (read).
   bool Open(const std::string& path, const char* mode);
+  /// Opens a pipe, FIFO or device for reading: waits up to timeout_ms for its first byte or
+  /// its end (a FIFO without a writer would block the open forever). False with errno
+  /// ETIMEDOUT when nothing came.
+  bool OpenStream(const std::string& path, int timeout_ms);
+  /// True when a read failed (not merely reached the end).
+  bool ReadFailed() const { return file_ && std::ferror(file_.get()) != 0; }
   /// Closes the file; a written one is flushed and synced to the disk first. False (and
   /// WriteError set) when any of that failed. Nothing to do when no file is open.
   bool Close();
@@ -70,6 +76,10 @@ class TransferEngine {
   /// The destination's bytes are this job's own (nothing was there before the file's first
   /// attempt) or the policy overwrites: a restart from byte 0 loses nothing of the user's.
   bool destination_ours = false;
+  /// Upload: the source is a pipe, FIFO or device. It is sent as a stream: its size is known
+  /// only at its end (local_size is kStreamSize until then), and it is neither resumed nor retried.
+  bool streaming = false;
+  static constexpr double kStreamSize = 1e18;
   std::int32_t rest_refusal_number = 0;  ///< error number of the session's REST refusal
   std::int64_t local_modified = 0;  ///< upload: the local file's last write when it began
   /// The engine's side of the data connection (installed there by Of).

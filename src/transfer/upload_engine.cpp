@@ -379,7 +379,12 @@ bool UploadEngine::OneBody(bool create_folder) {
   core_.rt.transfer_size = 0;
   engine_.bytes = 0;
   engine_.local_size = std::max(LocalSize(s.local_path), 0.0);
-  if (const auto status = platform::Stat(s.local_path)) engine_.local_modified = status->modified;
+  engine_.streaming = false;
+  if (const auto status = platform::Stat(s.local_path)) {
+    engine_.local_modified = status->modified;
+    // A pipe, FIFO or device has no size to send or to resume at: it is sent as a stream.
+    engine_.streaming = !status->is_regular;
+  }
   engine_.remote_size = 0;
   Progress& p = core_.transfer.progress;
   p.file_size = 0;
@@ -396,6 +401,9 @@ bool UploadEngine::OneBody(bool create_folder) {
   bool result = false;
   if (!DecideRemote(create_folder, result)) return result;
   if (engine_.attempt == 1) engine_.destination_ours = s.overwrite || engine_.remote_size <= 0;
+  if (engine_.streaming && !s.overwrite && engine_.remote_size > 0) {
+    refuse(errors::kNotSeekable, GetErrorText(errors::kNotSeekable) + " [ " + s.local_path + " ]");
+  }
   if (!s.overwrite && !RestartWithoutRest(engine_.remote_size, "UpLoadOne")) {
     engine_.bytes = engine_.remote_size;
     p.start_offset = engine_.remote_size;
@@ -406,6 +414,10 @@ bool UploadEngine::OneBody(bool create_folder) {
   }
   if (engine_.bytes < 0) engine_.bytes = 0;
   p.file_size = engine_.local_size;
+  if (engine_.streaming) {
+    engine_.local_size = TransferEngine::kStreamSize;  // until the stream ends
+    WriteLog("Upload.Stream:" + s.local_path);
+  }
   if (engine_.local_size > 0 && engine_.bytes >= engine_.local_size) {
     core_.rt.percent = 100;
     core_.rt.transfer_size = engine_.local_size;
@@ -513,8 +525,9 @@ bool UploadEngine::Send() {
   // What the server holds is the file as it was when the upload began: a file written to
   // meanwhile is not on the server, whatever the byte count says.
   const auto now = platform::Stat(s.local_path);
-  const bool changed = !short_count && (!now || now->size != engine_.local_size ||
-                                        now->modified != engine_.local_modified);
+  const bool changed = !short_count && !engine_.streaming &&
+                       (!now || now->size != engine_.local_size ||
+                        now->modified != engine_.local_modified);
   if (short_count) {
     CheckSocketState(core_);
     WriteLog("UploadOne.INVSIZE:" + counts());
