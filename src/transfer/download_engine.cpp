@@ -308,6 +308,7 @@ bool DownloadEngine::OneBody(bool create_folder) {
   core_.rt.percent = 0;
   engine_.bytes = engine_.local_size = engine_.remote_size = 0;
   engine_.streaming = false;
+  engine_.ascii = s.transfer_mode == FTP_ASCII_MODE;
   core_.transfer.progress.file_size = 0;
   if (engine_.attempt < 2) engine_.attempt = 1;
 
@@ -338,7 +339,8 @@ bool DownloadEngine::OneBody(bool create_folder) {
   const bool exists = CFile::FileExists(s.local_path);
   if (engine_.attempt == 1) engine_.destination_ours = !exists || s.overwrite;
   if (exists) {
-    if (s.overwrite || RestartWithoutRest(LocalSize(s.local_path), "DownLoadOne")) {
+    if (s.overwrite || RestartWithoutRest(LocalSize(s.local_path), "DownLoadOne") ||
+        RestartInAscii(LocalSize(s.local_path), "DownLoadOne")) {
       // Replaced when its first byte arrives: until the server agrees to send, it stays.
       WriteLog("Download.OverWrite");
       engine_.replace_local = true;
@@ -440,8 +442,11 @@ bool DownloadEngine::Receive() {
   DataConnection::Of(core_).BeginDataExchange(s.transfer_mode == FTP_ASCII_MODE ? "A" : "I");
   WriteLog("Download.FileSize=" + NumberText(engine_.remote_size));
 
+  // Without a size, or in ASCII mode (local bytes, converted), only the end of the data
+  // tells that the file is whole.
+  const bool sized = !s.without_list && !engine_.ascii;
   const bool moved = WaitWhileMoving(opDownload, [&] {
-    return !s.without_list && engine_.bytes >= engine_.remote_size;
+    return sized && engine_.bytes >= engine_.remote_size;
   });
   if (moved) WaitForCompletion(opDownload, 101, "Download:Exit Do.");
 
@@ -458,8 +463,8 @@ bool DownloadEngine::Receive() {
   // Without a size the end of the stream is the only proof of a whole file, and a TLS stream
   // that ended without close_notify may have been cut short.
   const bool unconfirmed =
-      s.without_list && DataConnection::Of(core_).m_objDataSocket.EndedWithoutCloseNotify();
-  const bool short_count = (engine_.bytes != engine_.remote_size && !s.without_list) || unconfirmed;
+      !sized && DataConnection::Of(core_).m_objDataSocket.EndedWithoutCloseNotify();
+  const bool short_count = (engine_.bytes != engine_.remote_size && sized) || unconfirmed;
   if (short_count) {
     if (!unconfirmed) CheckSocketState(core_);
     WriteLog("DownloadOne.INVSIZE:" + counts());

@@ -49,8 +49,13 @@ class EngineSide : public TransferSide {
   void DataArrived(std::string_view bytes) override {
     if (bytes.empty()) return;
     if (!engine_.file.IsOpen() && !OpenDownloadFile(core_)) return;
+    if (engine_.ascii) {
+      converted_.clear();
+      engine_.to_local.Feed(bytes, converted_);
+      bytes = converted_;
+    }
     errno = 0;
-    if (!engine_.file.Write(bytes.data(), bytes.size())) {
+    if (!bytes.empty() && !engine_.file.Write(bytes.data(), bytes.size())) {
       RecordLocalFailure(core_, "DataArrived", errors::kOpenFileFailed, errno);
       return;
     }
@@ -59,7 +64,8 @@ class EngineSide : public TransferSide {
     engine_.attempt = 1;
     core_.rt.transfer_state.clear();
     core_.transfer.progress.DownloadBlock(static_cast<double>(bytes.size()), engine_.bytes,
-                                          engine_.remote_size, core_.settings.without_list,
+                                          engine_.remote_size,
+                                          core_.settings.without_list || engine_.ascii,
                                           Counters(), Settings(), RaiseEvent());
   }
 
@@ -82,12 +88,19 @@ class EngineSide : public TransferSide {
   void ReadUpload(std::size_t n, std::string& block) override {
     block.resize(n);  // same size as the last chunk most of the time: nothing to fill
     block.resize(engine_.file.Read(block.data(), n));
+    last_read_ = block.size();  // the file's bytes: the counts are the file's, not the wire's
+    if (engine_.ascii && !block.empty()) {
+      converted_.clear();
+      engine_.to_wire.Feed(block, converted_);
+      block.swap(converted_);
+    }
     // A stream's end is its size: the upload waits for the server's 226 from here on.
     if (block.empty() && engine_.streaming && !engine_.file.ReadFailed())
       engine_.local_size = engine_.bytes;
   }
 
   void UploadSent(double n) override {
+    if (engine_.ascii) n = static_cast<double>(last_read_);
     core_.transfer.progress.UploadChunk(n, engine_.bytes, engine_.local_size, Counters(),
                                         Settings());
   }
@@ -103,6 +116,8 @@ class EngineSide : public TransferSide {
 
   Core& core_;
   TransferEngine& engine_;
+  std::string converted_;      ///< ASCII mode: the block after line-end conversion
+  std::size_t last_read_ = 0;  ///< upload: file bytes of the last block read
 };
 
 }  // namespace
@@ -214,6 +229,7 @@ bool OpenLocalFile(Core& core) {
         engine.streaming
             ? engine.file.OpenStream(path, std::max<int>(core.settings.time_out, 1) * 1000)
             : engine.file.Open(path, "rb") && engine.file.Seek(engine.bytes);
+    engine.to_wire.Reset();
     if (!opened) {
       const int cause = errno;
       engine.file.Close();
@@ -253,12 +269,19 @@ bool OpenDownloadFile(Core& core) {
     return false;
   }
   engine.local_opened = true;
+  engine.to_local.Reset();
   if (!replace && engine.bytes > 0) engine.file.Seek(engine.bytes);
   return true;
 }
 
 void CloseLocalFile(Core& core) {
-  if (core.engine) core.engine->file.Close();
+  if (!core.engine) return;
+  TransferEngine& engine = *core.engine;
+  // A download in ASCII mode that ended with a CR holds it back still: it is the file's last byte.
+  const std::string held = engine.to_local.Finish();
+  if (!held.empty() && engine.file.IsOpen() && engine.file.Write(held.data(), held.size()))
+    engine.bytes += 1;
+  engine.file.Close();
 }
 
 bool FinishDownloadFile(Core& core, const char* procedure) {

@@ -9,6 +9,8 @@
 #include <memory>
 #include <string>
 
+#include "transfer/ascii_lines.h"
+
 namespace quorvi::detail {
 
 class Core;
@@ -79,6 +81,12 @@ class TransferEngine {
   /// Upload: the source is a pipe, FIFO or device. It is sent as a stream: its size is known
   /// only at its end (local_size is kStreamSize until then), and it is neither resumed nor retried.
   bool streaming = false;
+  /// FTP transfer in ASCII mode (TYPE A): line ends are converted (see ascii_lines.h); byte
+  /// counts are local bytes, so the listed size does not prove a download whole, and REST
+  /// offsets would not match the server's bytes.
+  bool ascii = false;
+  AsciiToLocal to_local;
+  AsciiToWire to_wire;
   static constexpr double kStreamSize = 1e18;
   std::int32_t rest_refusal_number = 0;  ///< error number of the session's REST refusal
   std::int64_t local_modified = 0;  ///< upload: the local file's last write when it began

@@ -380,6 +380,7 @@ bool UploadEngine::OneBody(bool create_folder) {
   engine_.bytes = 0;
   engine_.local_size = std::max(LocalSize(s.local_path), 0.0);
   engine_.streaming = false;
+  engine_.ascii = s.transfer_mode == FTP_ASCII_MODE;
   if (const auto status = platform::Stat(s.local_path)) {
     engine_.local_modified = status->modified;
     // A pipe, FIFO or device has no size to send or to resume at: it is sent as a stream.
@@ -404,7 +405,8 @@ bool UploadEngine::OneBody(bool create_folder) {
   if (engine_.streaming && !s.overwrite && engine_.remote_size > 0) {
     refuse(errors::kNotSeekable, GetErrorText(errors::kNotSeekable) + " [ " + s.local_path + " ]");
   }
-  if (!s.overwrite && !RestartWithoutRest(engine_.remote_size, "UpLoadOne")) {
+  if (!s.overwrite && !RestartWithoutRest(engine_.remote_size, "UpLoadOne") &&
+      !RestartInAscii(engine_.remote_size, "UpLoadOne")) {
     engine_.bytes = engine_.remote_size;
     p.start_offset = engine_.remote_size;
     p.total_transfer_size += engine_.bytes;
