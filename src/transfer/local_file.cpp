@@ -230,6 +230,17 @@ bool OpenLocalFile(Core& core) {
             ? engine.file.OpenStream(path, std::max<int>(core.settings.time_out, 1) * 1000)
             : engine.file.Open(path, "rb") && engine.file.Seek(engine.bytes);
     engine.to_wire.Reset();
+    if (engine.streaming) {
+      // The wait for a first byte is no stall of the transfer.
+      core.transfer.progress.last_data_time = core.transfer.progress.clock().now();
+    }
+    if (!opened && engine.streaming && errno == ETIMEDOUT) {
+      engine.attempt = core.settings.redo_limit;
+      RecordError("OpenLocalFile", errors::kOpenFileFailed,
+                  ErrorTextWith(errors::kOpenFileFailed, path) + ": nothing came to read within " +
+                      std::to_string(core.settings.time_out) + " s (TimeOut)");
+      return false;
+    }
     if (!opened) {
       const int cause = errno;
       engine.file.Close();
