@@ -102,13 +102,29 @@ bool Core::RefuseWhileBusy(const std::string& procedure) noexcept {
   return true;
 }
 
+void Core::RefuseForeignThread(const char* procedure) noexcept {
+  try {
+    const std::lock_guard lock(foreign_mutex_);
+    foreign_refusal_ = GetErrorText(errors::kWrongThread) + ": FtpLibrary." + procedure +
+                       " (only RequestAbort may be called from another thread)";
+  } catch (...) {
+    // The refusal stands without its text.
+  }
+}
+
 std::int32_t Core::HostErrorNumber() const {
+  // Another thread reads nothing of the component's state: it only learns that it may not.
+  if (!OnOwnerThread()) return errors::kWrongThread;
   if (rt.nested_refusal && rt.host_calls > 0) return errors::kUnfinished;
   const std::int32_t own = ErrorNumber();
   return own == 0 && !rt.handler_failure.empty() ? errors::kHandlerFailed : own;
 }
 
 std::string Core::HostErrorInfo() const {
+  if (!OnOwnerThread()) {
+    const std::lock_guard lock(foreign_mutex_);
+    return foreign_refusal_.empty() ? GetErrorText(errors::kWrongThread) : foreign_refusal_;
+  }
   if (rt.nested_refusal && rt.host_calls > 0) return GetErrorText(errors::kUnfinished);
   if (ErrorNumber() == 0 && !rt.handler_failure.empty())
     return GetErrorText(errors::kHandlerFailed) + " " + rt.handler_failure;

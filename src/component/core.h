@@ -8,7 +8,9 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <quorvi/enums.h>
@@ -151,6 +153,13 @@ class Core {
   std::vector<std::function<void()>> shutdown_hooks;
   /// The control socket's "connected" check; Connected() is also false while it says so.
   std::function<bool()> control_socket_connected;
+  /// The thread that made the component: its pump, sockets and timers live there, so every
+  /// public member but RequestAbort runs there only.
+  const std::thread::id owner_thread = std::this_thread::get_id();
+  bool OnOwnerThread() const { return std::this_thread::get_id() == owner_thread; }
+  /// Refuses a public member called on another thread (22040) without touching anything of the
+  /// component; ErrorNumber/ErrorInfo read on another thread return that refusal.
+  void RefuseForeignThread(const char* procedure) noexcept;
   /// Set by RequestAbort on any thread; the pump's wake handler acts on it on this one.
   std::atomic<bool> abort_requested{false};
   platform::EventPump::WakeHandlerId abort_wake = 0;
@@ -194,6 +203,10 @@ class Core {
   std::string ErrorInfo() const;
   /// Shows a message box through the user-interface provider with the component's title.
   void ShowMessage(const std::string& text);
+
+ private:
+  mutable std::mutex foreign_mutex_;
+  std::string foreign_refusal_;  ///< the text of the last refusal of another thread's call
 };
 
 /// Runs body inside a public member's never-throw boundary: a ComponentError goes to

@@ -24,6 +24,10 @@ inline constexpr std::int32_t kTypeForbidden = 20022;
 inline constexpr std::int32_t kCreateFileFailed = 20023;
 inline constexpr std::int32_t kOpenFileFailed = 20024;
 inline constexpr std::int32_t kDataSocketFailed = 20061;  ///< reads as 10061 through ErrorNumber
+// The local side of transfers and the component's thread (22040-22059).
+inline constexpr std::int32_t kWrongThread = 22040;    ///< a member called on another thread
+inline constexpr std::int32_t kNotSeekable = 22041;    ///< resume/append from a pipe or device
+inline constexpr std::int32_t kAsciiResume = 22042;    ///< resume asked in ASCII mode
 inline constexpr std::int32_t kInvalidHost = 21000;
 inline constexpr std::int32_t kWrongState = 40006;  ///< data sent on a socket without a connection
 

@@ -28,7 +28,7 @@ const ErrorRow* FindRow(const std::array<ErrorRow, N>& rows, std::int32_t number
   return it == rows.end() ? nullptr : &*it;
 }
 
-constexpr std::array<ErrorRow, 20> kComponentRows = {{
+constexpr std::array<ErrorRow, 23> kComponentRows = {{
     {20001, 0, {}},
     {20002, 1, {}},
     {20003, 37, {}},
@@ -49,6 +49,9 @@ constexpr std::array<ErrorRow, 20> kComponentRows = {{
     {20024, 40, {}},
     {20050, -1, "Create Window Error"},
     {20061, 50, {}},
+    {22040, -1, "The component was called on another thread than the one that created it"},
+    {22041, -1, "The local source is a pipe or device: it can be sent whole but not resumed or appended"},
+    {22042, -1, "Resuming is not possible in ASCII mode"},
 }};
 
 constexpr std::array<ErrorRow, 8> kTlsRows = {{

@@ -10,6 +10,10 @@ void ReportCurrentException(Core& core, const char* procedure) noexcept;
 
 template <typename T, typename Body>
 T Guarded(Core& core, const char* procedure, T fallback, Body&& body) noexcept {
+  if (!core.OnOwnerThread()) {
+    core.RefuseForeignThread(procedure);
+    return fallback;
+  }
   ActiveError active(*core.shared, core.error_object);
   try {
     return body();
@@ -21,6 +25,10 @@ T Guarded(Core& core, const char* procedure, T fallback, Body&& body) noexcept {
 
 template <typename Body>
 void Guarded(Core& core, const char* procedure, Body&& body) noexcept {
+  if (!core.OnOwnerThread()) {
+    core.RefuseForeignThread(procedure);
+    return;
+  }
   ActiveError active(*core.shared, core.error_object);
   try {
     body();

@@ -54,6 +54,7 @@ void FtpLibrary::EnableLog(bool value) {
 std::int32_t FtpLibrary::ErrorNumber() const { return core_->HostErrorNumber(); }
 
 std::string FtpLibrary::ErrorInfo() const {
+  if (!core_->OnOwnerThread()) return core_->HostErrorInfo();
   return detail::Guarded(*core_, "ErrorInfo", std::string(), [&] { return core_->HostErrorInfo(); });
 }
 

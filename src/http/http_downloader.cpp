@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstring>
 #include <vector>
 
 #include "component/core.h"
@@ -459,6 +460,11 @@ bool HttpDownloader::Finish() {
                                       NumberText(engine.bytes) + " of " +
                                       NumberText(engine.remote_size) + " bytes received [ " +
                                       s.local_path + " ]");
+  }
+  // The last buffered bytes reach the disk only at the close: a full disk fails the file here.
+  if (!engine.file.Close()) {
+    Fail(errors::kOpenFileFailed, ErrorTextWithPath(errors::kOpenFileFailed, s.local_path) + ": " +
+                                      std::strerror(engine.file.WriteError()));
   }
   core_.transfer.lists.RecordTransferred(s.local_path, s.remote_path);
   core_.rt.transfer_size = engine.remote_size;

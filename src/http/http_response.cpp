@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 #include "component/core.h"
@@ -317,7 +318,8 @@ void HttpDownloader::WriteFileBytes(const char* data, std::size_t n) {
   if (n > 0) {
     if (!engine.file.IsOpen()) OpenBodyFile();
     if (!engine.file.Write(data, n)) {
-      Fail(errors::kOpenFileFailed, ErrorTextWithPath(errors::kOpenFileFailed, core_.settings.local_path));
+      Fail(errors::kOpenFileFailed, ErrorTextWithPath(errors::kOpenFileFailed, core_.settings.local_path) +
+                                        ": " + std::strerror(engine.file.WriteError()));
     }
     engine.bytes += static_cast<double>(n);
     core_.transfer.progress.job_bytes_moved += static_cast<double>(n);

@@ -228,6 +228,12 @@ void DownloadEngine::CollectFolder(const std::string& remote_item, const std::st
       subfolders.push_back(std::move(pair));
       continue;
     }
+    // The extension rules hold for every file of a job, not only for the ones it names.
+    if (FileTypeRefusal(name, settings().file_type_allow, settings().file_type_forbid) != 0) {
+      WriteLog("Download.FileType:" + pair.source);
+      core_.transfer.lists.RecordSkipped(pair.source);
+      continue;
+    }
     // A link's listed size is the link's own; its file is measured when it is fetched.
     if (!entry.IsLink()) {
       pair.listed_size = entry.FileSize();
@@ -310,6 +316,8 @@ bool DownloadEngine::OneBody(bool create_folder) {
   if (core_.rt.operation != opNone) Fail(errors::kUnfinished, GetErrorText(errors::kUnfinished), "DownLoadOne");
   core_.rt.percent = 0;
   engine_.bytes = engine_.local_size = engine_.remote_size = 0;
+  engine_.streaming = false;
+  engine_.ascii = s.transfer_mode == FTP_ASCII_MODE;
   core_.transfer.progress.file_size = 0;
   if (engine_.attempt < 2) engine_.attempt = 1;
 
@@ -351,7 +359,8 @@ bool DownloadEngine::OneBody(bool create_folder) {
     s.overwrite = true;  // no byte arrived yet: the local file is still the one it replaces
   }
   if (exists) {
-    if (s.overwrite || RestartWithoutRest(LocalSize(s.local_path), "DownLoadOne")) {
+    if (s.overwrite || RestartWithoutRest(LocalSize(s.local_path), "DownLoadOne") ||
+        RestartInAscii(LocalSize(s.local_path), "DownLoadOne")) {
       // Replaced when its first byte arrives: until the server agrees to send, it stays.
       WriteLog("Download.OverWrite");
       engine_.replace_local = true;
@@ -453,8 +462,11 @@ bool DownloadEngine::Receive() {
   DataConnection::Of(core_).BeginDataExchange(s.transfer_mode == FTP_ASCII_MODE ? "A" : "I");
   WriteLog("Download.FileSize=" + NumberText(engine_.remote_size));
 
+  // Without a size, or in ASCII mode (local bytes, converted), only the end of the data
+  // tells that the file is whole.
+  const bool sized = !s.without_list && !engine_.ascii;
   const bool moved = WaitWhileMoving(opDownload, [&] {
-    return !s.without_list && engine_.bytes >= engine_.remote_size;
+    return sized && engine_.bytes >= engine_.remote_size;
   });
   if (moved) WaitForCompletion(opDownload, 101, "Download:Exit Do.");
 
@@ -471,8 +483,8 @@ bool DownloadEngine::Receive() {
   // Without a size the end of the stream is the only proof of a whole file, and a TLS stream
   // that ended without close_notify may have been cut short.
   const bool unconfirmed =
-      s.without_list && DataConnection::Of(core_).m_objDataSocket.EndedWithoutCloseNotify();
-  const bool short_count = (engine_.bytes != engine_.remote_size && !s.without_list) || unconfirmed;
+      !sized && DataConnection::Of(core_).m_objDataSocket.EndedWithoutCloseNotify();
+  const bool short_count = (engine_.bytes != engine_.remote_size && sized) || unconfirmed;
   if (short_count) {
     if (!unconfirmed) CheckSocketState(core_);
     WriteLog("DownloadOne.INVSIZE:" + counts());
@@ -481,8 +493,9 @@ bool DownloadEngine::Receive() {
     // An empty file sends no byte that would have opened (or replaced) the local one.
     if (!engine_.local_opened && engine_.bytes == 0) {
       if (!OpenDownloadFile(core_)) RaiseRecorded("DownLoadOne");
-      CloseLocalFile(core_);
     }
+    // The last buffered bytes reach the disk only now: a full disk fails the file here.
+    if (engine_.local_opened && !FinishDownloadFile(core_, "DownLoadOne")) RaiseRecorded("DownLoadOne");
     core_.rt.percent = 100;
     p.remaining_time = 0;
     core_.transfer.lists.RecordTransferred(s.local_path, s.remote_path);

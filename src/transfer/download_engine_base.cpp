@@ -197,6 +197,20 @@ bool EngineBase::RestartWithoutRest(double destination_bytes, const std::string&
        procedure);
 }
 
+bool EngineBase::RestartInAscii(double destination_bytes, const std::string& procedure) {
+  if (!engine_.ascii || destination_bytes <= 0) return false;
+  if (engine_.destination_ours) {
+    WriteLog("ASCII mode: the whole file again#" + settings().remote_path);
+    return true;
+  }
+  engine_.attempt = settings().redo_limit;
+  Fail(errors::kAsciiResume,
+       GetErrorText(errors::kAsciiResume) +
+           ": line ends are converted, so the bytes on both sides differ; only overwriting "
+           "would transfer [ " + settings().remote_path + " ]",
+       procedure);
+}
+
 bool EngineBase::HandleFailure(const ComponentError& e, const std::string& procedure,
                                const RetryRule& rule, const std::function<bool()>& again) {
   if (session_.last_command == "REST" && e.number() > 16000 && e.number() < 17000 &&
@@ -223,7 +237,9 @@ bool EngineBase::HandleFailure(const ComponentError& e, const std::string& proce
   const std::int32_t number = core_.error().Number();
   const std::string text = core_.ErrorInfo();
   const std::string lower = ftp_text::Lower(text);
-  bool retry = engine_.attempt < settings().redo_limit && e.number() != errors::kCanceled &&
+  // A stream's bytes are gone once read: it cannot be sent again.
+  bool retry = !engine_.streaming && engine_.attempt < settings().redo_limit &&
+               e.number() != errors::kCanceled &&
                std::find(rule.refused_numbers.begin(), rule.refused_numbers.end(), number) ==
                    rule.refused_numbers.end();
   for (const char* phrase : rule.refused_phrases)

@@ -102,6 +102,11 @@ class EngineBase {
   /// destination_bytes is sent again whole when those bytes are this job's own or the policy
   /// overwrites (true: start from byte 0); otherwise the file fails at once with the refusal.
   bool RestartWithoutRest(double destination_bytes, const std::string& procedure);
+  /// ASCII mode never resumes: the local and the server's byte counts differ by the converted
+  /// line ends, so a REST offset would splice the file wrongly. A destination holding
+  /// destination_bytes of this job's own is sent again whole (true); one holding the user's
+  /// bytes fails at once with 22042, as it was.
+  bool RestartInAscii(double destination_bytes, const std::string& procedure);
 
   Core& core_;
   FtpSession& session_;

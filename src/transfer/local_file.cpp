@@ -1,11 +1,13 @@
 #include "transfer/local_file.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <algorithm>
 #include <functional>
 #include <string_view>
 
+#include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include "component/core.h"
@@ -80,8 +82,13 @@ class EngineSide : public TransferSide {
 
   bool WriteBlock(std::string_view bytes) {
     if (!engine_.file.IsOpen() && !OpenDownloadFile(core_)) return false;
+    if (engine_.ascii) {
+      converted_.clear();
+      engine_.to_local.Feed(bytes, converted_);
+      bytes = converted_;
+    }
     errno = 0;
-    if (!engine_.file.Write(bytes.data(), bytes.size())) {
+    if (!bytes.empty() && !engine_.file.Write(bytes.data(), bytes.size())) {
       RecordLocalFailure(core_, "DataArrived", errors::kOpenFileFailed, errno);
       return false;
     }
@@ -90,7 +97,8 @@ class EngineSide : public TransferSide {
     engine_.attempt = 1;
     core_.rt.transfer_state.clear();
     core_.transfer.progress.DownloadBlock(static_cast<double>(bytes.size()), engine_.bytes,
-                                          engine_.remote_size, core_.settings.without_list,
+                                          engine_.remote_size,
+                                          core_.settings.without_list || engine_.ascii,
                                           Counters(), Settings(), RaiseEvent());
     return true;
   }
@@ -114,9 +122,19 @@ class EngineSide : public TransferSide {
   void ReadUpload(std::size_t n, std::string& block) override {
     block.resize(n);  // same size as the last chunk most of the time: nothing to fill
     block.resize(engine_.file.Read(block.data(), n));
+    last_read_ = block.size();  // the file's bytes: the counts are the file's, not the wire's
+    if (engine_.ascii && !block.empty()) {
+      converted_.clear();
+      engine_.to_wire.Feed(block, converted_);
+      block.swap(converted_);
+    }
+    // A stream's end is its size: the upload waits for the server's 226 from here on.
+    if (block.empty() && engine_.streaming && !engine_.file.ReadFailed())
+      engine_.local_size = engine_.bytes;
   }
 
   void UploadSent(double n) override {
+    if (engine_.ascii) n = static_cast<double>(last_read_);
     core_.transfer.progress.UploadChunk(n, engine_.bytes, engine_.local_size, Counters(),
                                         Settings());
   }
@@ -132,13 +150,62 @@ class EngineSide : public TransferSide {
 
   Core& core_;
   TransferEngine& engine_;
+  std::string converted_;      ///< ASCII mode: the block after line-end conversion
+  std::size_t last_read_ = 0;  ///< upload: file bytes of the last block read
 };
 
 }  // namespace
 
 bool LocalFile::Open(const std::string& path, const char* mode) {
+  Close();
+  write_error_ = 0;
+  unsynced_ = 0;
   file_.reset(std::fopen(path.c_str(), mode));
+  writing_ = IsOpen() && (mode[0] != 'r' || std::strchr(mode, '+') != nullptr);
   return IsOpen();
+}
+
+bool LocalFile::OpenStream(const std::string& path, int timeout_ms) {
+  Close();
+  write_error_ = 0;
+  unsynced_ = 0;
+  writing_ = false;
+  const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (fd < 0) return false;
+  pollfd ready{fd, POLLIN, 0};
+  int polled = 0;
+  for (int interrupted = 0; interrupted < 100; ++interrupted) {
+    polled = ::poll(&ready, 1, timeout_ms);
+    if (polled >= 0 || errno != EINTR) break;
+  }
+  const int flags = ::fcntl(fd, F_GETFL);
+  if (polled <= 0 || flags < 0 || ::fcntl(fd, F_SETFL, flags & ~O_NONBLOCK) != 0) {
+    const int cause = polled == 0 ? ETIMEDOUT : errno;
+    ::close(fd);
+    errno = cause;
+    return false;
+  }
+  file_.reset(::fdopen(fd, "rb"));
+  if (!file_) ::close(fd);
+  return IsOpen();
+}
+
+bool LocalFile::Close() {
+  if (!file_) return write_error_ == 0;
+  std::FILE* f = file_.release();
+  if (writing_) {
+    // fclose would write the buffer too, but a sync needs it written first; the sync makes a
+    // full or failing disk show here and not after the file was reported.
+    errno = 0;
+    if (std::fflush(f) != 0) NoteError(errno);
+    errno = 0;
+    if (write_error_ == 0 && ::fsync(::fileno(f)) != 0 && errno != EINVAL && errno != EROFS)
+      NoteError(errno);
+  }
+  errno = 0;
+  if (std::fclose(f) != 0 && writing_) NoteError(errno);
+  writing_ = false;
+  return write_error_ == 0;
 }
 
 bool LocalFile::Seek(double offset) {
@@ -146,7 +213,25 @@ bool LocalFile::Seek(double offset) {
 }
 
 bool LocalFile::Write(const char* data, std::size_t n) {
-  return file_ && std::fwrite(data, 1, n, file_.get()) == n;
+  if (!file_) return false;
+  errno = 0;
+  if (std::fwrite(data, 1, n, file_.get()) != n) {
+    NoteError(errno);
+    return false;
+  }
+  // The disk is asked to start writing every few MiB, so that the sync at the close has
+  // little left to wait for: a long sync there would stall the host's loop (a 1 GiB file
+  // held it for a third of a second).
+  unsynced_ += n;
+  if (unsynced_ >= kSyncStep) {
+    unsynced_ = 0;
+    if (std::fflush(file_.get()) != 0) {
+      NoteError(errno);
+      return false;
+    }
+    ::sync_file_range(::fileno(file_.get()), 0, 0, SYNC_FILE_RANGE_WRITE);
+  }
+  return true;
 }
 
 std::size_t LocalFile::Read(char* data, std::size_t n) {
@@ -174,7 +259,23 @@ bool OpenLocalFile(Core& core) {
   const std::string& path = core.settings.local_path;
   errno = 0;
   if (core.rt.operation == opUpload) {
-    if (!engine.file.Open(path, "rb") || !engine.file.Seek(engine.bytes)) {
+    const bool opened =
+        engine.streaming
+            ? engine.file.OpenStream(path, std::max<int>(core.settings.time_out, 1) * 1000)
+            : engine.file.Open(path, "rb") && engine.file.Seek(engine.bytes);
+    engine.to_wire.Reset();
+    if (engine.streaming) {
+      // The wait for a first byte is no stall of the transfer.
+      core.transfer.progress.last_data_time = core.transfer.progress.clock().now();
+    }
+    if (!opened && engine.streaming && errno == ETIMEDOUT) {
+      engine.attempt = core.settings.redo_limit;
+      RecordError("OpenLocalFile", errors::kOpenFileFailed,
+                  ErrorTextWith(errors::kOpenFileFailed, path) + ": nothing came to read within " +
+                      std::to_string(core.settings.time_out) + " s (TimeOut)");
+      return false;
+    }
+    if (!opened) {
       const int cause = errno;
       engine.file.Close();
       RecordLocalFailure(core, "OpenLocalFile", errors::kOpenFileFailed, cause);
@@ -214,12 +315,26 @@ bool OpenDownloadFile(Core& core) {
   }
   engine.local_opened = true;
   engine.destination_written = true;
+  engine.to_local.Reset();
   if (!replace && engine.bytes > 0) engine.file.Seek(engine.bytes);
   return true;
 }
 
 void CloseLocalFile(Core& core) {
-  if (core.engine) core.engine->file.Close();
+  if (!core.engine) return;
+  TransferEngine& engine = *core.engine;
+  // A download in ASCII mode that ended with a CR holds it back still: it is the file's last byte.
+  const std::string held = engine.to_local.Finish();
+  if (!held.empty() && engine.file.IsOpen() && engine.file.Write(held.data(), held.size()))
+    engine.bytes += 1;
+  engine.file.Close();
+}
+
+bool FinishDownloadFile(Core& core, const char* procedure) {
+  TransferEngine& engine = TransferEngine::Of(core);
+  if (engine.file.Close()) return true;
+  RecordLocalFailure(core, procedure, errors::kOpenFileFailed, engine.file.WriteError());
+  return false;
 }
 
 void CheckSocketState(Core& core) {

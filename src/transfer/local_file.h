@@ -3,35 +3,58 @@
 // One TransferEngine lives in each component (Core::engine), created on first use.
 #pragma once
 
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
 #include <string>
+
+#include "transfer/ascii_lines.h"
 
 namespace quorvi::detail {
 
 class Core;
 class TransferSide;
 
-/// An open local file (RAII); empty while no transfer holds one.
+/// An open local file (RAII); empty while no transfer holds one. A file opened for writing
+/// keeps the first system error of its writes, flush, sync and close (WriteError) until the
+/// next Open: the last buffered bytes only reach the disk at the close, and a transfer must
+/// not read as done when they did not.
 class LocalFile {
  public:
   bool IsOpen() const { return file_ != nullptr; }
   /// Opens path: "r+b" (existing file for writing), "wb" (create/replace) or "rb" (read).
   bool Open(const std::string& path, const char* mode);
-  void Close() { file_.reset(); }
+  /// Opens a pipe, FIFO or device for reading: waits up to timeout_ms for its first byte or
+  /// its end (a FIFO without a writer would block the open forever). False with errno
+  /// ETIMEDOUT when nothing came.
+  bool OpenStream(const std::string& path, int timeout_ms);
+  /// True when a read failed (not merely reached the end).
+  bool ReadFailed() const { return file_ && std::ferror(file_.get()) != 0; }
+  /// Closes the file; a written one is flushed and synced to the disk first. False (and
+  /// WriteError set) when any of that failed. Nothing to do when no file is open.
+  bool Close();
   /// Moves the position to offset bytes from the start.
   bool Seek(double offset);
   /// Writes all n bytes at the current position.
   bool Write(const char* data, std::size_t n);
   /// Reads up to n bytes; fewer only at the end of the file or on an error.
   std::size_t Read(char* data, std::size_t n);
+  /// The errno of the first failed write, flush, sync or close since Open (0: none).
+  int WriteError() const { return write_error_; }
 
  private:
   struct Closer {
     void operator()(std::FILE* f) const { std::fclose(f); }
   };
+  void NoteError(int cause) {
+    if (write_error_ == 0) write_error_ = cause != 0 ? cause : EIO;
+  }
+  static constexpr std::size_t kSyncStep = 4 << 20;
   std::unique_ptr<std::FILE, Closer> file_;
+  std::size_t unsynced_ = 0;  ///< bytes written since the disk was last asked to write
+  bool writing_ = false;
+  int write_error_ = 0;
 };
 
 /// The engine's per-component state.
@@ -59,6 +82,16 @@ class TransferEngine {
   /// STOR was accepted). Until then a retry replaces what the first attempt meant to replace,
   /// though the retry itself runs with "resume all".
   bool destination_written = false;
+  /// Upload: the source is a pipe, FIFO or device. It is sent as a stream: its size is known
+  /// only at its end (local_size is kStreamSize until then), and it is neither resumed nor retried.
+  bool streaming = false;
+  /// FTP transfer in ASCII mode (TYPE A): line ends are converted (see ascii_lines.h); byte
+  /// counts are local bytes, so the listed size does not prove a download whole, and REST
+  /// offsets would not match the server's bytes.
+  bool ascii = false;
+  AsciiToLocal to_local;
+  AsciiToWire to_wire;
+  static constexpr double kStreamSize = 1e18;
   std::int32_t rest_refusal_number = 0;  ///< error number of the session's REST refusal
   std::int64_t local_modified = 0;  ///< upload: the local file's last write when it began
   /// The engine's side of the data connection (installed there by Of).
@@ -77,6 +110,9 @@ bool OpenLocalFile(Core& core);
 bool OpenDownloadFile(Core& core);
 /// Closes the transfer's local file when one is open.
 void CloseLocalFile(Core& core);
+/// Closes a downloaded file before it counts as transferred: false, with the system's reason
+/// recorded (20024, no retries for a full disk), when its last bytes did not reach the disk.
+bool FinishDownloadFile(Core& core, const char* procedure);
 /// After a short byte count: 20061 when the data socket is closed, or when it does not reach
 /// the connected state within TimeOut.
 void CheckSocketState(Core& core);

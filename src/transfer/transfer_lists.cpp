@@ -112,18 +112,31 @@ std::string AdmissionExtension(const std::string& path) {
   return dot == std::string::npos ? std::string() : name.substr(dot + 1);
 }
 
-void CheckFileType(const std::string& path, const std::string& allowed,
-                   const std::string& forbidden, const std::string& procedure) {
-  if (allowed.empty() && forbidden.empty()) return;
+std::int32_t FileTypeRefusal(const std::string& path, const std::string& allowed,
+                             const std::string& forbidden) {
+  if (allowed.empty() && forbidden.empty()) return 0;
   const std::string ext = Lower(AdmissionExtension(path));
   const std::string dotted = "." + ext + ".";
   if (!allowed.empty() &&
       (ext.empty() || Lower("." + allowed + ".").find(dotted) == std::string::npos)) {
-    Fail(errors::kTypeNotAllowed, "This filetype is not allowed.Allowable File Types:[ " + allowed + " ]", procedure);
+    return errors::kTypeNotAllowed;
   }
   if (!forbidden.empty() && !ext.empty() &&
       Lower("." + forbidden + ".").find(dotted) != std::string::npos) {
-    Fail(errors::kTypeForbidden, "This filetype is forbidden.Forbidden File Types:[ " + forbidden + " ]", procedure);
+    return errors::kTypeForbidden;
+  }
+  return 0;
+}
+
+void CheckFileType(const std::string& path, const std::string& allowed,
+                   const std::string& forbidden, const std::string& procedure) {
+  switch (FileTypeRefusal(path, allowed, forbidden)) {
+    case errors::kTypeNotAllowed:
+      Fail(errors::kTypeNotAllowed, "This filetype is not allowed.Allowable File Types:[ " + allowed + " ]", procedure);
+    case errors::kTypeForbidden:
+      Fail(errors::kTypeForbidden, "This filetype is forbidden.Forbidden File Types:[ " + forbidden + " ]", procedure);
+    default:
+      break;
   }
 }
 

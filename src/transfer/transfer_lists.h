@@ -77,6 +77,10 @@ class TransferLists {
 
 /// Extension of a file name as the admission rule sees it ("" when there is none).
 std::string AdmissionExtension(const std::string& path);
+/// 0 when the extension rules (FileTypeAllow, FileTypeForbid) admit the file, else the
+/// refusal's number (20021 not allowed, 20022 forbidden).
+std::int32_t FileTypeRefusal(const std::string& path, const std::string& allowed,
+                             const std::string& forbidden);
 /// Fails with 20021 or 20022 (source procedure) when the extension rules reject the file.
 void CheckFileType(const std::string& path, const std::string& allowed,
                    const std::string& forbidden, const std::string& procedure);

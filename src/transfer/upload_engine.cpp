@@ -276,7 +276,15 @@ bool UploadEngine::FolderItem(const std::string& item, const std::string& remote
   std::vector<std::string> folders;
   for (const WalkEntry& e : entries) {
     switch (e.kind) {
-      case WalkKind::kFile: batch.push_back({e.path, remote_of(e.path), -1, {}}); break;
+      case WalkKind::kFile:
+        // The extension rules hold for every file of a job, not only for the ones it names.
+        if (FileTypeRefusal(e.path, s.file_type_allow, s.file_type_forbid) != 0) {
+          WriteLog("Upload.FileType:" + e.path);
+          core_.transfer.lists.RecordSkipped(e.path);
+          break;
+        }
+        batch.push_back({e.path, remote_of(e.path), -1, {}});
+        break;
       case WalkKind::kFolder: folders.push_back(remote_of(e.path)); break;
       case WalkKind::kOther:
         // A FIFO, socket, device or dangling link holds no file to send (reading a FIFO would
@@ -374,7 +382,13 @@ bool UploadEngine::OneBody(bool create_folder) {
   core_.rt.transfer_size = 0;
   engine_.bytes = 0;
   engine_.local_size = std::max(LocalSize(s.local_path), 0.0);
-  if (const auto status = platform::Stat(s.local_path)) engine_.local_modified = status->modified;
+  engine_.streaming = false;
+  engine_.ascii = s.transfer_mode == FTP_ASCII_MODE;
+  if (const auto status = platform::Stat(s.local_path)) {
+    engine_.local_modified = status->modified;
+    // A pipe, FIFO or device has no size to send or to resume at: it is sent as a stream.
+    engine_.streaming = !status->is_regular;
+  }
   engine_.remote_size = 0;
   Progress& p = core_.transfer.progress;
   p.file_size = 0;
@@ -402,7 +416,11 @@ bool UploadEngine::OneBody(bool create_folder) {
   } else if (engine_.destination_ours && !engine_.destination_written) {
     s.overwrite = true;  // no STOR was accepted yet: the server still holds the file it replaces
   }
-  if (!s.overwrite && !RestartWithoutRest(engine_.remote_size, "UpLoadOne")) {
+  if (engine_.streaming && !s.overwrite && engine_.remote_size > 0) {
+    refuse(errors::kNotSeekable, GetErrorText(errors::kNotSeekable) + " [ " + s.local_path + " ]");
+  }
+  if (!s.overwrite && !RestartWithoutRest(engine_.remote_size, "UpLoadOne") &&
+      !RestartInAscii(engine_.remote_size, "UpLoadOne")) {
     engine_.bytes = engine_.remote_size;
     p.start_offset = engine_.remote_size;
     p.total_transfer_size += engine_.bytes;
@@ -412,6 +430,10 @@ bool UploadEngine::OneBody(bool create_folder) {
   }
   if (engine_.bytes < 0) engine_.bytes = 0;
   p.file_size = engine_.local_size;
+  if (engine_.streaming) {
+    engine_.local_size = TransferEngine::kStreamSize;  // until the stream ends
+    WriteLog("Upload.Stream:" + s.local_path);
+  }
   if (engine_.local_size > 0 && engine_.bytes >= engine_.local_size) {
     core_.rt.percent = 100;
     core_.rt.transfer_size = engine_.local_size;
@@ -519,8 +541,9 @@ bool UploadEngine::Send() {
   // What the server holds is the file as it was when the upload began: a file written to
   // meanwhile is not on the server, whatever the byte count says.
   const auto now = platform::Stat(s.local_path);
-  const bool changed = !short_count && (!now || now->size != engine_.local_size ||
-                                        now->modified != engine_.local_modified);
+  const bool changed = !short_count && !engine_.streaming &&
+                       (!now || now->size != engine_.local_size ||
+                        now->modified != engine_.local_modified);
   if (short_count) {
     CheckSocketState(core_);
     WriteLog("UploadOne.INVSIZE:" + counts());

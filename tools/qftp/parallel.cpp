@@ -59,7 +59,7 @@ JobPlan PlanDownload(quorvi::FtpLibrary& ftp, const std::vector<std::string>& re
         plan.problems.push_back(item + ": " + ftp.ErrorInfo());
         continue;
       }
-      plan.files.push_back({item, (local / BaseName(item)).string(), size});
+      plan.files.push_back({item, (local / BaseName(item)).string(), size, true});
       continue;
     }
     std::deque<std::pair<std::string, fs::path>> pending{{item, local}};
@@ -99,7 +99,7 @@ JobPlan PlanUpload(const std::vector<std::string>& local, const std::string& rem
     if (!fs::is_directory(item, error)) {
       if (fs::is_regular_file(item, error)) {
         plan.files.push_back({JoinRemote(remote, BaseName(item)), item,
-                              static_cast<double>(fs::file_size(item, error))});
+                              static_cast<double>(fs::file_size(item, error)), true});
       } else {
         plan.problems.push_back(item + ": not a file or folder");
       }
@@ -135,6 +135,12 @@ class Job {
     return plan_.files[next_++];
   }
 
+  /// A file found in a folder that --allow/--forbid leaves out.
+  void Skipped() {
+    std::lock_guard lock(mutex_);
+    ++skipped_;
+  }
+
   void Finished(const JobFile& file, bool ok, const std::string& error) {
     std::lock_guard lock(mutex_);
     if (ok) {
@@ -164,12 +170,12 @@ class Job {
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
     if (!quiet) {
       std::fprintf(stderr, "%s\n",
-                   SummaryLine(done_, 0, static_cast<int>(failures_.size()), done_bytes_,
+                   SummaryLine(done_, skipped_, static_cast<int>(failures_.size()), done_bytes_,
                                static_cast<int>(seconds), done_bytes_ / std::max(seconds, 0.001))
                        .c_str());
     }
     for (const auto& line : failures_) std::fprintf(stderr, "%s\n", line.c_str());
-    return failures_.empty() && done_ == static_cast<int>(plan_.files.size());
+    return failures_.empty() && done_ + skipped_ == static_cast<int>(plan_.files.size());
   }
 
  private:
@@ -188,7 +194,7 @@ class Job {
   const bool download_, show_;
   std::mutex mutex_;
   std::size_t next_ = 0;
-  int done_ = 0;
+  int done_ = 0, skipped_ = 0;
   double done_bytes_ = 0, total_bytes_ = 0;
   std::vector<std::string> failures_, notes_;
   bool drawn_ = false;
@@ -216,6 +222,12 @@ void Work(quorvi::FtpLibrary& ftp, Job& job, bool download, const ClashRefusal* 
     const std::size_t clashes_before = refusal != nullptr ? clashes_seen : 0;
     if (refusal != nullptr) clashes_seen = refusal->clashes().size();
     const bool clashed = refusal != nullptr && clashes_seen > clashes_before;
+    // The type filter holds for every file; one found in a folder is left out, not failed.
+    const std::int32_t number = ok ? 0 : ftp.ErrorNumber();
+    if (!file->named && (number == 20021 || number == 20022)) {
+      job.Skipped();
+      continue;
+    }
     std::string error;
     if (clashed || (!ok && ftp.ErrorNumber() == 0)) {
       ok = false;

@@ -18,6 +18,7 @@ struct JobFile {
   std::string remote;  ///< the remote path
   std::string local;   ///< the absolute local path
   double size = 0;     ///< as listed (download) or on disk (upload)
+  bool named = false;  ///< named by the user (not found in a folder): the type filter refuses it
 };
 
 /// What a job moves: the files and the folders to make first (parents before children).

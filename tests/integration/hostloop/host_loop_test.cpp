@@ -125,6 +125,40 @@ TEST_F(HostLoop, AnAbortFromAnotherThreadEndsTheWaitingDownloadAsAbortDoes) {
   std::filesystem::remove_all(local);
 }
 
+// A component belongs to the thread that made it (its pump, sockets and timers live there):
+// any member called on another thread but RequestAbort is refused at once, touching nothing.
+TEST_F(HostLoop, AnotherThreadsCallIsRefusedAtOnceAndChangesNothing) {
+  server().WriteFile("one.txt", "one");
+  const auto local = std::filesystem::temp_directory_path() / "quorvi_hostloop_thread";
+  std::filesystem::remove_all(local);
+  std::filesystem::create_directories(local);
+  auto ftp = UserClient(server());
+  ftp->RemotePath("/one.txt");
+  ftp->LocalPath(local.string());
+  bool ok = true;
+  int number = 0, fd = 0;
+  std::string text;
+  const auto start = Clock::now();
+  std::thread([&] {
+    ok = ftp->DownLoad();
+    fd = ftp->HostLoopFd();
+    number = ftp->ErrorNumber();
+    text = ftp->ErrorInfo();
+  }).join();
+  EXPECT_LT(Clock::now() - start, std::chrono::seconds(1));
+  EXPECT_FALSE(ok);
+  EXPECT_EQ(fd, -1);
+  EXPECT_EQ(number, 22040);
+  EXPECT_NE(text.find("another thread"), std::string::npos) << text;
+  EXPECT_NE(text.find("HostLoopFd"), std::string::npos) << text;
+  EXPECT_FALSE(std::filesystem::exists(local / "one.txt"));
+  // On its own thread the component is as it was.
+  EXPECT_EQ(ftp->ErrorNumber(), 0) << ftp->ErrorInfo();
+  EXPECT_TRUE(ftp->DownLoad()) << ftp->ErrorInfo();
+  EXPECT_EQ(ReadAll(local / "one.txt"), "one");
+  std::filesystem::remove_all(local);
+}
+
 struct ThrowCase {
   const char* name;
   std::function<void()> throw_it;

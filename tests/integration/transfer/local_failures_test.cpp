@@ -60,6 +60,50 @@ TEST_F(LocalFailures, AFullDiskFailsAtOnceAndKeepsThePart) {
   EXPECT_EQ(part, Pattern(3 * 1024 * 1024, 9).substr(0, part.size()));  // a true prefix
 }
 
+// The last buffered bytes reach the disk only when the file is closed: a disk that fills
+// right at the end (1 MiB + 10 bytes on a 1 MiB file system) or in the middle fails the file,
+// over FTP and HTTP alike, and what is on disk is a true prefix for a resume.
+TEST_F(LocalFailures, ADiskThatFillsFailsTheFileOverFtpAndHttp) {
+  const StartOutcome web = StartServer({ServerKind::Nginx});
+  ASSERT_TRUE(web.server) << web.problem;
+  struct Case {
+    const char* name;
+    bool http;
+    std::size_t size;
+  };
+  for (const Case& c : {Case{"ftp, full at the close", false, (1u << 20) + 10},
+                        Case{"http, full at the close", true, (1u << 20) + 10},
+                        Case{"http, full in the middle", true, 3u << 20}}) {
+    SCOPED_TRACE(c.name);
+    const fs::path disk = dir_ / "small";
+    SmallDisk small(disk, "size=1m");
+    if (!small.mounted()) {
+      if (std::getenv("CI")) FAIL() << "mounting a tmpfs needs root";
+      GTEST_SKIP() << "mounting a tmpfs needs root";
+    }
+    const std::string content = Pattern(c.size, 7);
+    bool ok = true;
+    if (c.http) {
+      web.server->WriteFile("f.bin", content);
+      ftp_->RemotePath("http://127.0.0.1:" + std::to_string(web.server->port()) + "/f.bin");
+      ftp_->LocalPath((disk / "f.bin").string());
+      ok = ftp_->DownloadHttpFile();
+    } else {
+      server().WriteFile("pub/f.bin", content);
+      ftp_->RemotePath("/pub/f.bin");
+      ftp_->LocalPath((disk / "f.bin").string());
+      ok = ftp_->DownLoad();
+    }
+    EXPECT_FALSE(ok);
+    EXPECT_NE(ftp_->ErrorInfo().find("No space left on device"), std::string::npos)
+        << ftp_->ErrorNumber() << " " << ftp_->ErrorInfo();
+    EXPECT_EQ(ftp_->TransferedLocalFiles(), "");
+    const std::string part = ReadAll(disk / "f.bin");
+    EXPECT_LT(part.size(), content.size());
+    EXPECT_EQ(part, content.substr(0, part.size()));
+  }
+}
+
 TEST_F(LocalFailures, AReadOnlyTargetFailsAtOnceWithItsReason) {
   const fs::path disk = dir_ / "readonly";
   SmallDisk small(disk, "size=64k");
