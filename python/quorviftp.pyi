@@ -116,6 +116,7 @@ class FtpLibrary:
     @ReDoTimes.setter
     def ReDoTimes(self, value: int) -> None: ...
     RetryPause: int
+    SyncFiles: bool
     @property
     def WithoutList(self) -> None: ...
     @WithoutList.setter

@@ -177,6 +177,11 @@ class FtpLibrary {
   /// cut to that range).
   std::int16_t RetryPause() const;
   void RetryPause(std::int16_t value);
+  /// Sync each downloaded file to the disk (fsync) before it counts as transferred (default
+  /// false): a crash right after the call then cannot lose it. Write, flush and close errors
+  /// fail the file either way.
+  bool SyncFiles() const;
+  void SyncFiles(bool value);
   /// Transfer without listing the remote side first.
   void WithoutList(bool value);
   /// Recreate the source folder itself below the destination.

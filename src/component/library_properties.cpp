@@ -295,6 +295,9 @@ void FtpLibrary::RetryPause(std::int16_t value) {
   detail::TransferEngine::Of(*core_).retry_pause = std::clamp<std::int16_t>(value, 0, kMaxRetryPause);
 }
 
+bool FtpLibrary::SyncFiles() const { return detail::TransferEngine::Of(*core_).file.SyncOnClose(); }
+void FtpLibrary::SyncFiles(bool value) { detail::TransferEngine::Of(*core_).file.SyncOnClose(value); }
+
 void FtpLibrary::WithoutList(bool value) { core_->settings.without_list = value; }
 void FtpLibrary::CreateCorrespondFolder(bool value) { core_->settings.create_correspond_folder = value; }
 void FtpLibrary::DisableSkip(bool value) { core_->shared->disable_skip = value; }

@@ -194,12 +194,13 @@ bool LocalFile::Close() {
   if (!file_) return write_error_ == 0;
   std::FILE* f = file_.release();
   if (writing_) {
-    // fclose would write the buffer too, but a sync needs it written first; the sync makes a
+    // fclose would write the buffer too, but a sync needs it written first; the flush makes a
     // full or failing disk show here and not after the file was reported.
     errno = 0;
     if (std::fflush(f) != 0) NoteError(errno);
     errno = 0;
-    if (write_error_ == 0 && ::fsync(::fileno(f)) != 0 && errno != EINVAL && errno != EROFS)
+    if (sync_on_close_ && write_error_ == 0 && ::fsync(::fileno(f)) != 0 && errno != EINVAL &&
+        errno != EROFS)
       NoteError(errno);
   }
   errno = 0;
@@ -219,11 +220,11 @@ bool LocalFile::Write(const char* data, std::size_t n) {
     NoteError(errno);
     return false;
   }
-  // The disk is asked to start writing every few MiB, so that the sync at the close has
-  // little left to wait for: a long sync there would stall the host's loop (a 1 GiB file
-  // held it for a third of a second).
+  // With SyncOnClose the disk is asked to start writing every few MiB, so that the sync at the
+  // close has little left to wait for: a long sync there would stall the host's loop (a 1 GiB
+  // file held it for a third of a second).
   unsynced_ += n;
-  if (unsynced_ >= kSyncStep) {
+  if (sync_on_close_ && unsynced_ >= kSyncStep) {
     unsynced_ = 0;
     if (std::fflush(file_.get()) != 0) {
       NoteError(errno);

@@ -31,9 +31,13 @@ class LocalFile {
   bool OpenStream(const std::string& path, int timeout_ms);
   /// True when a read failed (not merely reached the end).
   bool ReadFailed() const { return file_ && std::ferror(file_.get()) != 0; }
-  /// Closes the file; a written one is flushed and synced to the disk first. False (and
-  /// WriteError set) when any of that failed. Nothing to do when no file is open.
+  /// Closes the file; a written one is flushed first, and synced to the disk when SyncOnClose.
+  /// False (and WriteError set) when any of that failed. Nothing to do when no file is open.
   bool Close();
+  /// Whether Close syncs a written file (fsync). Off by default, as in curl, lftp and rsync:
+  /// it costs a few ms per file, and a full or failing disk shows at the flush and close anyway.
+  bool SyncOnClose() const { return sync_on_close_; }
+  void SyncOnClose(bool value) { sync_on_close_ = value; }
   /// Moves the position to offset bytes from the start.
   bool Seek(double offset);
   /// Writes all n bytes at the current position.
@@ -54,6 +58,7 @@ class LocalFile {
   std::unique_ptr<std::FILE, Closer> file_;
   std::size_t unsynced_ = 0;  ///< bytes written since the disk was last asked to write
   bool writing_ = false;
+  bool sync_on_close_ = false;
   int write_error_ = 0;
 };
 

@@ -92,6 +92,8 @@ void AddTransferOptions(CLI::App& app, TransferOptions& t, RawValues& raw, Optio
   app.add_option("--retry-pause", t.retry_pause, "seconds before a retry (default 5, 0..3600)")
       ->check(CLI::Range(0, 3600))
       ->group(g);
+  app.add_flag("--fsync", t.fsync, "sync each downloaded file to the disk before it counts")
+      ->group(g);
   app.add_option("--max-speed", raw.max_speed, "rate limit, KiB/s unless a unit is given (500k, 2M)")
       ->group(g);
   app.add_option("--max-size", raw.max_size, "skip larger files, MiB unless a unit is given")

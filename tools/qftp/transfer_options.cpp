@@ -23,6 +23,7 @@ std::shared_ptr<ClashRefusal> ApplyTransferOptions(quorvi::FtpLibrary& ftp,
   if (o.rename_rule) ftp.RenameRule(*o.rename_rule);
   if (o.retries) ftp.ReDoTimes(static_cast<std::int16_t>(*o.retries));
   if (o.retry_pause) ftp.RetryPause(static_cast<std::int16_t>(*o.retry_pause));
+  if (o.fsync) ftp.SyncFiles(true);
   if (o.max_speed_kib) ftp.MaxSpeed(*o.max_speed_kib);
   if (o.max_size_mib) ftp.MaxSize(*o.max_size_mib);
   if (o.allow) ftp.FileTypeAllow(*o.allow);

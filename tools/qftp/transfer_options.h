@@ -18,6 +18,7 @@ struct TransferOptions {
   std::optional<std::string> rename_rule;
   std::optional<int> retries;
   std::optional<int> retry_pause;
+  bool fsync = false;
   std::optional<int> max_speed_kib;
   std::optional<double> max_size_mib;
   std::optional<std::string> allow, forbid;

@@ -214,6 +214,7 @@ std::vector<MemberRow> BuildRows() {
       QV_W(AutoEncoding, bool, false),
       QV_W(ReDoTimes, std::int16_t, 4),
       QV_RW(RetryPause, std::int16_t{5}),
+      QV_RW(SyncFiles, false),
       QV_W(WithoutList, bool, false),
       QV_W(CreateCorrespondFolder, bool, false),
       QV_W(DisableSkip, bool, false),
