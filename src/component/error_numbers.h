@@ -27,6 +27,10 @@ inline constexpr std::int32_t kDataSocketFailed = 20061;  ///< reads as 10061 th
 inline constexpr std::int32_t kInvalidHost = 21000;
 inline constexpr std::int32_t kWrongState = 40006;  ///< data sent on a socket without a connection
 
+// Local files, secrets and terminals.
+inline constexpr std::int32_t kNoLogFolder = 22020;      ///< no folder of this user for the log
+inline constexpr std::int32_t kLinkOutsideTree = 22021;  ///< an upload's link points out of its folder
+
 // Internal errors.
 inline constexpr std::int32_t kBadDirectoryReply = 16001;
 inline constexpr std::int32_t kUnknownListFormat = 16002;
