@@ -3,22 +3,24 @@
 // --version exit 0.
 #include <quorvi/ftp_library.h>
 
-#include <cstdlib>
-#include <cstring>
 #include <iostream>
-#include <string_view>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include "commands.h"
 #include "configure.h"
 #include "credentials.h"
 #include "options.h"
+#include "secrets.h"
+#include "terminal_text.h"
 
 namespace {
 
 void Trace(quorvi::FtpLibrary& ftp) {
   ftp.OnServerMessage().Subscribe([&ftp] {
     const char* arrow = ftp.MessageType() == quorvi::FTP_USER_COMMAND ? "-> " : "<- ";
-    std::cerr << arrow << ftp.MessageInfo() << "\n";
+    std::cerr << arrow << qftp::LinesForTerminal(ftp.MessageInfo()) << "\n";
   });
   ftp.OnStateChange().Subscribe([&ftp] { std::cerr << "state " << ftp.FtpState() << "\n"; });
 }
@@ -26,46 +28,33 @@ void Trace(quorvi::FtpLibrary& ftp) {
 int Failure(quorvi::FtpLibrary& ftp) {
   // Without an error number the command has already said what failed (a name clash).
   if (ftp.ErrorNumber() != 0)
-    std::cerr << "qftp: error " << ftp.ErrorNumber() << ": " << ftp.ErrorInfo() << "\n";
+    std::cerr << "qftp: error " << ftp.ErrorNumber() << ": " << qftp::ForTerminal(ftp.ErrorInfo())
+              << "\n";
   return 1;
 }
 
-// The password given on the command line is blanked in the process's own argument memory once
-// it has been read, so that ps and /proc/PID/cmdline stop showing it (as curl does). It is
-// visible for the moment before; QFTP_PASSWORD never is.
-void HidePasswordArgument(int argc, char** argv, const std::string& password) {
-  if (password.empty()) return;
-  for (int i = 1; i < argc; ++i) {
-    const std::string_view arg(argv[i]);
-    char* secret = nullptr;
-    if ((arg == "-p" || arg == "--password") && i + 1 < argc) {
-      secret = argv[++i];
-    } else if (arg.starts_with("--password=")) {
-      secret = argv[i] + std::string_view("--password=").size();
-    }
-    if (secret && password == secret) std::memset(secret, '*', std::strlen(secret));
-  }
-}
-
 int Usage(const std::string& message) {
-  std::cerr << "qftp: " << message << "\n(qftp --help lists the commands and options)\n";
+  std::cerr << "qftp: " << qftp::ForTerminal(message) << "\n(qftp --help lists the commands and options)\n";
   return 2;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  // Secrets leave argv and the environment before anything else happens (ps, /proc/PID and
+  // the programs qftp starts would show them); the parser reads the copies.
+  const std::vector<std::string> arguments(argv + 1, argv + argc);
+  const std::optional<std::string> env_password = qftp::TakeEnvironmentPassword();
+  qftp::BlankSecretsInArguments(argc, argv);
   qftp::Options options;
   try {
-    options = qftp::ParseOptions(std::vector<std::string>(argv + 1, argv + argc),
-                                 std::getenv("QFTP_PASSWORD"));
+    options = qftp::ParseOptions(arguments, env_password ? env_password->c_str() : nullptr);
   } catch (const qftp::UsageError& e) {
     return Usage(e.message);
   } catch (const qftp::EarlyExit& e) {
     std::cout << e.text;
     return 0;
   }
-  HidePasswordArgument(argc, argv, options.password.value_or(""));
   const qftp::Command* command = qftp::FindCommand(options.command);
   if (!command) return Usage("unknown command " + options.command);
   if (command->needs_login && options.host.empty()) return Usage("no host given (-H HOST or a URL)");

@@ -15,6 +15,7 @@
 #include "commands_transfer.h"
 #include "configure.h"
 #include "transfer_options.h"
+#include "terminal_text.h"
 
 namespace qftp {
 
@@ -159,7 +160,7 @@ class Job {
   bool Report(bool quiet) {
     std::lock_guard lock(mutex_);
     if (drawn_) std::fputc('\n', stderr);
-    for (const auto& note : notes_) std::fprintf(stderr, "%s\n", note.c_str());
+    for (const auto& note : notes_) std::fprintf(stderr, "%s\n", ForTerminal(note).c_str());
     const double seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
     if (!quiet) {
@@ -168,7 +169,7 @@ class Job {
                                static_cast<int>(seconds), done_bytes_ / std::max(seconds, 0.001))
                        .c_str());
     }
-    for (const auto& line : failures_) std::fprintf(stderr, "%s\n", line.c_str());
+    for (const auto& line : failures_) std::fprintf(stderr, "%s\n", ForTerminal(line).c_str());
     return failures_.empty() && done_ == static_cast<int>(plan_.files.size());
   }
 
@@ -260,7 +261,8 @@ bool RunParallel(quorvi::FtpLibrary& main, const Options& o, bool download) {
                                     return items;
                                   }(),
                                              o.args[1]);
-  for (const auto& problem : plan.problems) std::fprintf(stderr, "qftp: %s\n", problem.c_str());
+  for (const auto& problem : plan.problems)
+    std::fprintf(stderr, "qftp: %s\n", ForTerminal(problem).c_str());
   // Every folder exists before any file goes into it.
   for (const auto& folder : plan.folders) {
     std::error_code error;
@@ -268,8 +270,8 @@ bool RunParallel(quorvi::FtpLibrary& main, const Options& o, bool download) {
                  : main.CreateDirectory(folder, true)) {
       continue;
     }
-    std::fprintf(stderr, "qftp: cannot create the folder %s: %s\n", folder.c_str(),
-                 download ? error.message().c_str() : main.ErrorInfo().c_str());
+    std::fprintf(stderr, "qftp: cannot create the folder %s: %s\n", ForTerminal(folder).c_str(),
+                 ForTerminal(download ? error.message() : main.ErrorInfo()).c_str());
     return false;
   }
   const auto refusal = ApplyTransferOptions(main, o.transfer, false);

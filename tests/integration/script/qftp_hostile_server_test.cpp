@@ -63,5 +63,33 @@ TEST(QftpHostileServer, AServerThatEndsTheSessionAroundTheLoginFailsItOnce) {
   }
 }
 
+TEST(QftpHostileServer, WhatTheServerSaysReachesTheTerminalEscaped) {
+  // ESC sequences that clear the screen, retitle the window, colour; BEL; a C1 CSI (U+009B).
+  Started s = StartFaultServer(false, {"--reply", "SYST=215 \x1b]0;owned\x07 UNIX",
+                                       "--reply", "DELE=550 \x1b[2J\x1b[H gone \xc2\x9b" "31m"});
+  ASSERT_TRUE(s.outcome.server) << s.outcome.problem;
+  s.outcome.server->WriteFile("pub/\x1b[31mred\x07.txt", "x");
+  const struct {
+    const char* name;
+    std::vector<std::string> args;
+    bool on_stdout;
+  } cases[] = {
+      {"a raw command's reply", {"quote", "SYST"}, true},
+      {"the error line", {"rm", "/pub/none"}, false},
+      {"the -v transcript", {"-v", "quote", "SYST"}, false},
+      {"a listing", {"ls", "/pub"}, true},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    auto argv = s.qftp;
+    argv.insert(argv.end(), c.args.begin(), c.args.end());
+    const ScriptResult run = RunScript(argv, {}, 20s);
+    const std::string& seen = c.on_stdout ? run.out : run.err;
+    EXPECT_NE(seen.find("\\x1B"), std::string::npos) << run.out << run.err;
+    for (const char* raw : {"\x1b", "\x07", "\xc2\x9b"})
+      EXPECT_EQ((run.out + run.err).find(raw), std::string::npos) << run.out << run.err;
+  }
+}
+
 }  // namespace
 }  // namespace quorvi::test
