@@ -289,6 +289,7 @@ void FtpLibrary::ReDoTimes(std::int16_t value) {
 
 void FtpLibrary::WithoutList(bool value) { core_->settings.without_list = value; }
 void FtpLibrary::CreateCorrespondFolder(bool value) { core_->settings.create_correspond_folder = value; }
+void FtpLibrary::FollowOutsideLinks(bool value) { core_->settings.follow_outside_links = value; }
 void FtpLibrary::DisableSkip(bool value) { core_->shared->disable_skip = value; }
 
 std::string FtpLibrary::FileType() const { return core_->settings.file_type; }

@@ -215,6 +215,7 @@ std::vector<MemberRow> BuildRows() {
       QV_W(ReDoTimes, std::int16_t, 4),
       QV_W(WithoutList, bool, false),
       QV_W(CreateCorrespondFolder, bool, false),
+      QV_W(FollowOutsideLinks, bool, false),
       QV_W(DisableSkip, bool, false),
       QV_RW(FileType, ""),
       QV_RW(FileTypeAllow, ""),
