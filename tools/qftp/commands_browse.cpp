@@ -44,13 +44,13 @@ bool Stat(quorvi::FtpLibrary& ftp, const Options& options) {
   const auto file = ftp.GetFtpFileInfo(options.args[0]);
   if (!file) return false;
   std::cout << "name: " << ForTerminal(file->FileName()) << "\n"
-            << "path: " << file->FilePath() << "\n"
+            << "path: " << ForTerminal(file->FilePath()) << "\n"
             << "size: " << Number(file->FileSize()) << "\n"
-            << "modified: " << file->LastWriteTime() << "\n"
+            << "modified: " << ForTerminal(file->LastWriteTime()) << "\n"
             << "directory: " << TrueFalse(file->IsDirectory()) << "\n"
-            << "permissions: " << file->Permissions() << "\n"
-            << "owner: " << file->Owner() << "\n"
-            << "group: " << file->Group() << "\n";
+            << "permissions: " << ForTerminal(file->Permissions()) << "\n"
+            << "owner: " << ForTerminal(file->Owner()) << "\n"
+            << "group: " << ForTerminal(file->Group()) << "\n";
   return true;
 }
 
