@@ -199,7 +199,10 @@ void FtpSession::FinishLogin() {
 // another try might get past.
 void FtpSession::ConnectWaitTurn() {
   if (m_objControlSocket.State() != sckError) return;
-  if (ServerAnsweredLogin()) Fail(errors::kInterrupted);
+  if (ServerAnsweredLogin()) {
+    if (core_.error().Number() == 0) Fail(errors::kInterrupted);
+    return;  // the error recorded (a TLS failure, say) ends the wait as it is
+  }
   ++connect_retry;
   WriteLog("Connect Re " + std::to_string(connect_retry));
   if (connect_retry < connect_retry_limit) {
