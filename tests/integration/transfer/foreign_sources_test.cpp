@@ -76,8 +76,9 @@ class Intruder {
 
  private:
   static int PortIn(const std::string& log) {
-    const auto at = log.rfind("<- EPRT |1|127.0.0.1|");
-    const auto port_at = log.rfind("<- PORT 127,0,0,1,");
+    // The first data connection of the call (an upload lists folders before its STOR).
+    const auto at = log.find("<- EPRT |1|127.0.0.1|");
+    const auto port_at = log.find("<- PORT 127,0,0,1,");
     int port = 0;
     if (at != std::string::npos) {
       const char* p = log.data() + at + 21;
