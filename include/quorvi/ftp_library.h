@@ -186,6 +186,9 @@ class FtpLibrary {
   void WithoutList(bool value);
   /// Recreate the source folder itself below the destination.
   void CreateCorrespondFolder(bool value);
+  /// Folder uploads send files whose symbolic link points outside the folder (default false:
+  /// such a file fails with 22021; links that stay inside are sent as files).
+  void FollowOutsideLinks(bool value);
   /// Hide the Skip buttons of the replace dialog (shared by the thread's components).
   void DisableSkip(bool value);
   /// File name pattern of folder transfers.

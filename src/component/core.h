@@ -73,6 +73,7 @@ struct Settings {
   std::int16_t redo_limit = 5;  ///< attempt limit derived from ReDoTimes
   bool without_list = false;
   bool create_correspond_folder = false;
+  bool follow_outside_links = false;  ///< folder uploads send links that leave the folder
   std::string file_type;
   std::string file_type_allow;
   std::string file_type_forbid;

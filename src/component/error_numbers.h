@@ -31,6 +31,10 @@ inline constexpr std::int32_t kAsciiResume = 22042;    ///< resume asked in ASCI
 inline constexpr std::int32_t kInvalidHost = 21000;
 inline constexpr std::int32_t kWrongState = 40006;  ///< data sent on a socket without a connection
 
+// Local files, secrets and terminals.
+inline constexpr std::int32_t kNoLogFolder = 22020;      ///< no folder of this user for the log
+inline constexpr std::int32_t kLinkOutsideTree = 22021;  ///< an upload's link points out of its folder
+
 // Internal errors.
 inline constexpr std::int32_t kBadDirectoryReply = 16001;
 inline constexpr std::int32_t kUnknownListFormat = 16002;

@@ -5,7 +5,6 @@
 #include <array>
 #include <cctype>
 #include <filesystem>
-#include <fstream>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -13,6 +12,7 @@
 #include "component/thread_shared.h"
 #include "local/path_rules.h"
 #include "platform/clock_text.h"
+#include "platform/private_file.h"
 #include "platform/system_folders.h"
 
 namespace quorvi::detail {
@@ -94,17 +94,10 @@ bool CError::WriteFile(const std::string& text, bool overwrite) {
   if (!log_->enabled) return false;
   const std::string path = FormatLocalPath(log_->path);
   if (path.empty()) return false;
-  try {
-    std::error_code ec;
-    const bool fresh = overwrite || !fs::exists(path, ec);
-    std::ofstream out(path, std::ios::binary | (fresh ? std::ios::trunc : std::ios::app));
-    if (!out) return false;
-    out << text << "  {" << platform::NowGeneralDate() << "}\r\n";
-    out.close();
-    return static_cast<bool>(out);
-  } catch (...) {
-    return false;
-  }
+  // Never through a link someone planted, never into another user's file, never readable by
+  // others: the log holds listings and server replies.
+  const std::string line = text + "  {" + platform::NowGeneralDate() + "}\r\n";
+  return platform::WritePrivateFile(path, line, overwrite) == 0;
 }
 
 void CError::Clear() {
@@ -116,7 +109,8 @@ void CError::Clear() {
 void CError::StartLog(const std::string& version) {
   std::error_code ec;
   const std::string path = FormatLocalPath(log_->path);
-  if (fs::is_regular_file(path, ec) && fs::file_size(path, ec) > kLogTrimSize) {
+  // symlink_status: a link in the log's place is neither measured nor removed through.
+  if (fs::is_regular_file(fs::symlink_status(path, ec)) && fs::file_size(path, ec) > kLogTrimSize) {
     fs::remove(path, ec);
   }
   WriteFile("-------------------QuorviFtp ActiveX Control V" + version + "---------------");
@@ -136,7 +130,10 @@ RuntimeErrorScope::~RuntimeErrorScope() {
   }
 }
 
-std::string DefaultLogPath() { return platform::SystemFolder() + "talvex.dat"; }
+std::string DefaultLogPath() {
+  const std::string folder = platform::SystemFolder();
+  return folder.empty() ? std::string() : folder + "talvex.dat";
+}
 
 std::string RecordError(const std::string& procedure, std::int32_t number, const std::string& text,
                         bool /*show*/) {

@@ -78,7 +78,7 @@ class RuntimeErrorScope {
   std::string saved_description_;
 };
 
-/// Default log path: the system folder followed by "talvex.dat".
+/// Default log path: the system folder followed by "talvex.dat"; "" without a system folder.
 std::string DefaultLogPath();
 
 /// Text of an error number: component errors, reply-code texts, HTTP texts, socket texts.

@@ -75,6 +75,13 @@ constexpr std::array<ErrorRow, 7> kHostileInputRows = {{
     {22006, -1, "The response has Content-Length headers that differ"},
 }};
 
+constexpr std::array<ErrorRow, 2> kLocalSecurityRows = {{
+    {22020, -1,
+     "No log file: this user has no folder for it (HOME, XDG_STATE_HOME and XDG_RUNTIME_DIR "
+     "are unset)"},
+    {22021, -1, "Not uploaded: a symbolic link that points outside the folder being uploaded"},
+}};
+
 constexpr std::array<ErrorRow, 5> kHttpRows = {{
     {18001, 48, {}},
     {18002, 49, {}},
@@ -94,6 +101,7 @@ std::string GetErrorText(std::int32_t number) {
   if (const auto* row = FindRow(kComponentRows, number)) return RowText(*row);
   if (const auto* row = FindRow(kTlsRows, number)) return RowText(*row);
   if (const auto* row = FindRow(kHostileInputRows, number)) return RowText(*row);
+  if (const auto* row = FindRow(kLocalSecurityRows, number)) return RowText(*row);
   // Reply codes are 16-bit keys; a number beyond that range has no table text.
   if (number < std::numeric_limits<std::int16_t>::min() ||
       number > std::numeric_limits<std::int16_t>::max()) {

@@ -300,6 +300,7 @@ void FtpLibrary::SyncFiles(bool value) { detail::TransferEngine::Of(*core_).file
 
 void FtpLibrary::WithoutList(bool value) { core_->settings.without_list = value; }
 void FtpLibrary::CreateCorrespondFolder(bool value) { core_->settings.create_correspond_folder = value; }
+void FtpLibrary::FollowOutsideLinks(bool value) { core_->settings.follow_outside_links = value; }
 void FtpLibrary::DisableSkip(bool value) { core_->shared->disable_skip = value; }
 
 std::string FtpLibrary::FileType() const { return core_->settings.file_type; }

@@ -4,10 +4,11 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
-#include <system_error>
 
 #include "component/core.h"
+#include "component/error_numbers.h"
 #include "component/library_version.h"
+#include "platform/private_file.h"
 
 namespace quorvi {
 
@@ -42,11 +43,17 @@ void FtpLibrary::EnableLog(bool value) {
     const bool switched_on = value && !error.EnableLog();
     error.EnableLog(value);
     if (!switched_on) return;
+    // Without a folder of this user there is no log (never one in a shared folder): said once,
+    // when the host asks for it.
+    if (error.LogFilePath().empty()) {
+      core_->ReportError("EnableLog", errors::kNoLogFolder,
+                         detail::GetErrorText(errors::kNoLogFolder));
+      return;
+    }
     // The log folder is created here, once, when the host asks for a log; writing a line never
-    // creates it (a missing folder means no line).
+    // creates it (a missing folder means no line). New folders are the user's alone.
     const auto folder = std::filesystem::path(error.LogFilePath()).parent_path();
-    std::error_code ec;
-    if (!folder.empty()) std::filesystem::create_directories(folder, ec);
+    if (!folder.empty()) platform::MakePrivateFolders(folder.string());
     error.StartLog(detail::kVersion);
   });
 }

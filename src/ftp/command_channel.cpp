@@ -84,12 +84,15 @@ bool FtpSession::SendFtpCommand(const std::string& command, const std::string& a
       if (reconnecting) Fail(errors::kInterrupted);
       WriteLog("ReConnect SendFtpCommand=" + command);
       reconnecting = true;
+      // Another try helps against a network fault; a server that answered and then closed
+      // (16011) would only close again.
+      const auto worth_retrying = [this] { return core_.ErrorNumber() != errors::kInterrupted; };
       bool ok = ReConnect();
-      if (!ok) {
+      if (!ok && worth_retrying()) {
         core_.pump().Sleep(kReconnectPauseMs);
         ok = ReConnect();
       }
-      if (!ok) {
+      if (!ok && worth_retrying()) {
         WriteLog("ReConnect1 SendFtpCommand=" + command);
         core_.pump().Sleep(kReconnectPauseMs);
         ok = ReConnect();

@@ -331,9 +331,40 @@ std::string DataConnection::ListArgument() const {
 
 // ---- The data socket's events ----
 
+namespace {
+
+// An IPv4 address as an IPv6 socket shows it (::ffff:a.b.c.d) is that IPv4 address.
+platform::IpAddress Unmapped(platform::IpAddress a) {
+  static constexpr std::uint8_t kMapped[12] = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xff, 0xff};
+  if (!a.v6 || !std::equal(kMapped, kMapped + 12, a.bytes.begin())) return a;
+  platform::IpAddress v4;
+  std::copy(a.bytes.begin() + 12, a.bytes.end(), v4.bytes.begin());
+  return v4;
+}
+
+}  // namespace
+
+bool DataConnection::FromServer(std::int32_t handle, std::string& peer) const {
+  int error = 0;
+  const auto from = platform::PeerEndpoint(handle, error);
+  if (!from) return false;
+  peer = platform::FormatIpAddress(from->address);
+  const int control = FtpSession::Of(core_).m_objControlSocket.SocketHandle();
+  const auto server = control < 0 ? std::nullopt : platform::PeerEndpoint(control, error);
+  return server && Unmapped(server->address) == Unmapped(from->address);
+}
+
 void DataConnection::m_objDataSocket_OnConnectionRequest(std::int32_t requestID) {
-  // Active mode: the server connected to the listener, which is closed in favour of the
-  // accepted connection (connected as soon as Accept returns).
+  // Active mode: only the server may connect. Anyone else who reaches the port named in
+  // PORT/EPRT (another host, another local user) could feed a download or a listing or take
+  // an upload: that connection is closed unaccepted and the listener waits on.
+  std::string peer;
+  if (!FromServer(requestID, peer)) {
+    WriteLog("DataConnection.Refused:" + peer);
+    return;
+  }
+  // The server connected to the listener, which is closed in favour of the accepted
+  // connection (connected as soon as Accept returns).
   if (m_objDataSocket.State() != sckClosed) m_objDataSocket.CloseSocket();
   m_objDataSocket.Accept(requestID);
   StartDataTls();

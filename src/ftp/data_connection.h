@@ -175,6 +175,8 @@ class DataConnection {
   /// (dispatch_rows_browse.cpp).
   void RegisterDispatch(FtpSession& session);
   void m_objDataSocket_OnConnectionRequest(std::int32_t requestID);
+  /// True when the accepted connection comes from the control connection's peer address.
+  bool FromServer(std::int32_t handle, std::string& peer) const;
   void m_objDataSocket_OnConnect();
   void m_objDataSocket_OnDataArrival(double bytesTotal);
   void m_objDataSocket_OnSendComplete();

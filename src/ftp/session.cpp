@@ -123,6 +123,7 @@ bool FtpSession::ConnectSteps() {
                                                                                   : settings.remote_port);
   m_objControlSocket.Rcvbuf(kControlBuffer);
   m_objControlSocket.Sndbuf(kControlBuffer);
+  login_reply_mark_ = dispatch_count_;
   m_objControlSocket.Connect();
 
   WaitForOperation({opConnect}, 0, true, [this] { ConnectWaitTurn(); });
@@ -130,21 +131,36 @@ bool FtpSession::ConnectSteps() {
   support_->Connecting(false);
   if (core_.error().Number() != 0) Fail(core_.error().Number());
   if (m_objControlSocket.State() != sckConnected) {
-    WriteLog("Connect.Error:16006");
-    Fail(errors::kNoResponse);
+    // A server that answered and then closed is there and chose to end the session; only
+    // one that never said anything gave no response.
+    const bool answered = ServerAnsweredLogin();
+    WriteLog(answered ? "Connect.Error:16011" : "Connect.Error:16006");
+    Fail(answered ? errors::kInterrupted : errors::kNoResponse);
   }
 
+  // Every command from here to the end of the login belongs to the login: a close on any of
+  // them ends this Connect instead of starting another login (which the server would close
+  // again, for ever).
+  finishing_login_ = true;
+  struct Reset {
+    bool& flag;
+    ~Reset() { flag = false; }
+  } reset{finishing_login_};
   FinishLogin();
   connect_retry = 0;
   if (settings.security != 0 && !ProtectDataConnections()) return false;
   return true;
 }
 
+bool FtpSession::ServerAnsweredLogin() const { return dispatch_count_ != login_reply_mark_; }
+
 bool FtpSession::ProtectDataConnections() {
   const std::string level = core_.settings.protect_data ? "P" : "C";
   const std::string pbsz = ExeFtpCmd(core_, "PBSZ", "0");
   const std::string prot = ExeFtpCmd(core_, "PROT", level);
   if (ftp_text::StartsWith(prot, "200")) return true;
+  // A close is not a refusal: say what happened.
+  if (m_objControlSocket.State() != sckConnected) Fail(errors::kInterrupted);
   // Data in clear text was not asked for: no transfer may happen on this session.
   const std::string text = GetErrorText(errors::kTlsRefused) + ": PROT " + level + " refused (" +
                            ftp_text::Trim(prot.empty() ? pbsz : prot) + ")";
@@ -168,17 +184,11 @@ void FtpSession::FinishLogin() {
     settings.list_dir_with_asterisk = true;
     WriteLog("ListDirWithAsterisk");
   }
-  {
-    finishing_login_ = true;
-    struct Reset {
-      bool& flag;
-      ~Reset() { flag = false; }
-    } reset{finishing_login_};
-    ProbeFeatures();
-    path_prefix.clear();  // a new login's PWD names the login folder as the server sees it
-    path_prefix = GetCurrentDirectory();
-    core_.rt.current_directory = "/";
-  }
+  // Connect has marked the whole of this as part of the login (finishing_login_).
+  ProbeFeatures();
+  path_prefix.clear();  // a new login's PWD names the login folder as the server sees it
+  path_prefix = GetCurrentDirectory();
+  core_.rt.current_directory = "/";
   if (m_objControlSocket.State() != sckConnected) Fail(errors::kInterrupted);  // closed by a probe
 
   std::ostringstream line;
@@ -189,8 +199,14 @@ void FtpSession::FinishLogin() {
 }
 
 // Inside the login wait: a socket error gets one ReConnect, the second one ends the Connect.
+// An error after the server has answered is its end of the session, not a network fault that
+// another try might get past.
 void FtpSession::ConnectWaitTurn() {
   if (m_objControlSocket.State() != sckError) return;
+  if (ServerAnsweredLogin()) {
+    if (core_.error().Number() == 0) Fail(errors::kInterrupted);
+    return;  // the error recorded (a TLS failure, say) ends the wait as it is
+  }
   ++connect_retry;
   WriteLog("Connect Re " + std::to_string(connect_retry));
   if (connect_retry < connect_retry_limit) {

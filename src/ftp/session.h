@@ -177,6 +177,8 @@ class FtpSession : private DispatchTarget {
   bool ConnectSteps();
   void FinishLogin();
   void ConnectWaitTurn();
+  /// A reply of the server came since this login began (its greeting at least).
+  bool ServerAnsweredLogin() const;
   void ProbeFeatures();
   void CloseControlSocket();
   int TimeOutSeconds() const;
@@ -188,7 +190,8 @@ class FtpSession : private DispatchTarget {
   std::string pending_reply_;               ///< text received since the last complete reply
   bool closed_by_us_ = false;               ///< the control socket's close was ours
   bool quit_refused_ = false;               ///< QUIT was answered with an error: not sent again
-  bool finishing_login_ = false;            ///< FinishLogin runs (its probes must not log in)
+  bool finishing_login_ = false;  ///< past the login wait (its commands must not log in)
+  std::uint64_t login_reply_mark_ = 0;      ///< dispatch_count_ when the login began
   platform::EventPump::TimerId keep_alive_timer_ = 0, timeout_timer_ = 0, on_top_timer_ = 0;
 };
 

@@ -1,6 +1,9 @@
 #include "local/folder_walker.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <filesystem>
+#include <system_error>
 
 #include "component/component_error.h"
 #include "local/cfile.h"
@@ -93,11 +96,12 @@ void WalkInto(WalkContext& ctx, const std::string& folder, bool top) {
       entry = folder + e.name;
       if (e.is_dir) {
         if (!files_of_pattern) {
-          ctx.out.push_back({entry, WalkKind::kFolder, 0, {}});
+          ctx.out.push_back({entry, WalkKind::kFolder, 0, {}, e.is_symlink});
           if (!e.is_symlink) subfolders.push_back(entry + "/");
         }
       } else if (FileTaken(e.name, top ? ctx.pattern : std::string(), ctx.extend_name)) {
-        ctx.out.push_back({entry, e.is_regular ? WalkKind::kFile : WalkKind::kOther, 0, {}});
+        ctx.out.push_back(
+            {entry, e.is_regular ? WalkKind::kFile : WalkKind::kOther, 0, {}, e.is_symlink});
       }
       Pump(ctx.hooks);
     }
@@ -135,6 +139,16 @@ std::string EntryListText(const std::vector<WalkEntry>& entries, std::int16_t fl
 }
 
 }  // namespace
+
+bool ResolvesInside(const std::string& path, const std::string& folder) {
+  std::error_code ec;
+  const auto target = std::filesystem::canonical(path, ec);
+  if (ec) return false;
+  const auto root = std::filesystem::canonical(folder, ec);
+  if (ec) return false;
+  const auto [end, rest] = std::mismatch(root.begin(), root.end(), target.begin(), target.end());
+  return end == root.end() && rest != target.end();
+}
 
 bool WildcardMatch(const std::string& pattern, const std::string& name) {
   // Greedy match with one backtrack point: linear for the patterns hosts write.

@@ -33,6 +33,7 @@ struct WalkEntry {
   WalkKind kind = WalkKind::kFile;
   std::int32_t error_number = 0;  ///< kUnreadable: file-error number (70, 75, 76)
   std::string error_text;         ///< kUnreadable: "Permission denied", ...
+  bool link = false;              ///< the entry itself is a symbolic link
 };
 
 /// Walks folder: its entries in name order, then each subfolder's walk (when recursive). With
@@ -75,6 +76,10 @@ double LocalFolderSize(FolderTotals& totals, std::string folder_path, std::int32
 /// when an existing folder cannot be read.
 double LocalFolderFileCount(FolderTotals& totals, std::string folder_path, std::int32_t i,
                             const WalkHooks& hooks = {});
+
+/// True when path, with every symbolic link resolved, lies inside folder (resolved too).
+/// False when either cannot be resolved.
+bool ResolvesInside(const std::string& path, const std::string& folder);
 
 /// Case-insensitive match of "*" (any run) and "?" (one character).
 bool WildcardMatch(const std::string& pattern, const std::string& name);

@@ -12,6 +12,11 @@
 namespace quorvi {
 namespace {
 
+// A user without any folder of their own has no Windows or system folder: "" (not "/").
+std::string SlashedOrEmpty(const std::string& folder) {
+  return folder.empty() ? folder : detail::WithTrailingSlash(folder);
+}
+
 // The dialog and folder members tell a failure in a message box ("Name", a line break, the
 // error text) and return "" instead of reporting it.
 template <typename Body>
@@ -82,12 +87,12 @@ std::string FtpLibrary::ShowOpenFileDialog(const std::string& FileFilter, bool M
 
 std::string FtpLibrary::GetWindowsPath() {
   return ShownOnFailure(*core_, "GetWindowsPath",
-                        [] { return detail::WithTrailingSlash(platform::WindowsFolder()); });
+                        [] { return SlashedOrEmpty(platform::WindowsFolder()); });
 }
 
 std::string FtpLibrary::GetSystemPath() {
   return ShownOnFailure(*core_, "GetSystemPath",
-                        [] { return detail::WithTrailingSlash(platform::SystemFolder()); });
+                        [] { return SlashedOrEmpty(platform::SystemFolder()); });
 }
 
 std::string FtpLibrary::GetTempPath() {

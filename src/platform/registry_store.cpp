@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -10,6 +11,8 @@
 #include <fstream>
 #include <sstream>
 #include <system_error>
+
+#include "platform/private_file.h"
 
 namespace quorvi::platform {
 namespace fs = std::filesystem;
@@ -55,10 +58,10 @@ fs::path ValueFile(const fs::path& folder, const std::string& name) {
 class StoreLock {
  public:
   StoreLock(const fs::path& root, bool exclusive) {
-    std::error_code ec;
-    if (exclusive) fs::create_directories(root, ec);
-    const int flags = exclusive ? O_RDWR | O_CREAT | O_CLOEXEC : O_RDONLY | O_CLOEXEC;
-    fd_ = ::open((root / kLockFile).c_str(), flags, 0644);
+    if (exclusive) MakePrivateFolders(root.string());
+    const int flags = exclusive ? O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC
+                                : O_RDONLY | O_NOFOLLOW | O_CLOEXEC;
+    fd_ = ::open((root / kLockFile).c_str(), flags, 0600);
     if (fd_ >= 0 && ::flock(fd_, exclusive ? LOCK_EX : LOCK_SH) != 0) Release();
   }
   ~StoreLock() { Release(); }
@@ -78,17 +81,11 @@ class StoreLock {
 // Callers hold the exclusive store lock, so the temp name only has to differ between processes.
 bool WriteAtomically(const fs::path& target, const std::string& bytes) {
   const fs::path temp = target.parent_path() / (".tmp." + std::to_string(::getpid()));
-  const int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-  if (fd < 0) return false;
-  std::size_t done = 0;
-  for (int attempts = 0; done < bytes.size() && attempts < 1000; ++attempts) {
-    const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
-    if (n > 0) done += static_cast<std::size_t>(n);
-    else if (n < 0 && errno != EINTR) break;
-  }
-  const bool written = done == bytes.size() && ::fsync(fd) == 0;
-  ::close(fd);
   std::error_code ec;
+  fs::remove(temp, ec);  // a crashed writer's leftover (the link itself, never its target)
+  PrivateFile file(temp.string(), true);
+  bool written = file.Write(bytes, false) == 0 && ::fsync(file.fd()) == 0;
+  written = file.Close() == 0 && written;
   if (written) fs::rename(temp, target, ec);
   const bool renamed = written && !ec;
   if (!renamed) fs::remove(temp, ec);
@@ -150,7 +147,7 @@ bool RegistryStore::CreateKey(const KeyPath& key) {
     path /= Escape(FoldCase(part));
     std::error_code ec;
     if (fs::is_directory(path, ec)) continue;
-    if (!fs::create_directory(path, ec) && !fs::is_directory(path, ec)) return false;
+    if (::mkdir(path.c_str(), 0700) != 0 && !fs::is_directory(path, ec)) return false;
     if (!WriteAtomically(path / kNameFile, part)) return false;
   }
   return true;

@@ -11,6 +11,13 @@ std::string Env(const char* name) {
   return value ? std::string(value) : std::string();
 }
 
+// A variable that names an absolute path; "" otherwise (a relative one would depend on the
+// current folder).
+std::string AbsoluteEnv(const char* name) {
+  std::string value = Env(name);
+  return value.starts_with('/') ? value : std::string();
+}
+
 std::string WithSlash(std::string folder) {
   if (folder.empty() || folder.back() != '/') folder += '/';
   return folder;
@@ -20,16 +27,19 @@ std::string WithSlash(std::string folder) {
 
 std::string WindowsFolder() {
   if (auto dir = Env("QUORVI_WINDOWS_DIR"); !dir.empty()) return WithSlash(dir);
-  std::string data = Env("XDG_DATA_HOME");
-  if (data.empty()) {
-    const std::string home = Env("HOME");
-    // Without a home folder there is nowhere per-user to go; the temporary folder still works.
-    data = home.empty() ? TempFolder() : WithSlash(home) + ".local/share";
-  }
-  return WithSlash(data) + "quorviftp/";
+  // Only folders of this user: a fixed name in a world-writable folder (the temporary one)
+  // could be planted by anyone, and the log written there would hold server replies.
+  std::string base = AbsoluteEnv("XDG_DATA_HOME");
+  if (base.empty() && !AbsoluteEnv("HOME").empty()) base = WithSlash(Env("HOME")) + ".local/share";
+  if (base.empty()) base = AbsoluteEnv("XDG_STATE_HOME");
+  if (base.empty()) base = AbsoluteEnv("XDG_RUNTIME_DIR");
+  return base.empty() ? std::string() : WithSlash(base) + "quorviftp/";
 }
 
-std::string SystemFolder() { return WindowsFolder() + "system/"; }
+std::string SystemFolder() {
+  const std::string windows = WindowsFolder();
+  return windows.empty() ? std::string() : windows + "system/";
+}
 
 std::string TempFolder() {
   auto dir = Env("TMPDIR");

@@ -6,9 +6,11 @@
 
 namespace quorvi::platform {
 
-/// $QUORVI_WINDOWS_DIR, else ${XDG_DATA_HOME:-$HOME/.local/share}/quorviftp/.
+/// $QUORVI_WINDOWS_DIR, else ${XDG_DATA_HOME:-$HOME/.local/share}/quorviftp/; without either,
+/// $XDG_STATE_HOME/quorviftp/, else $XDG_RUNTIME_DIR/quorviftp/, else "" (never the temporary
+/// folder: anyone may plant names there).
 std::string WindowsFolder();
-/// WindowsFolder() + "system/" (the folder of the log file).
+/// WindowsFolder() + "system/" (the folder of the log file); "" when WindowsFolder() is.
 std::string SystemFolder();
 /// $TMPDIR, else /tmp/.
 std::string TempFolder();

@@ -4,6 +4,7 @@
 #include "local/formatters.h"
 #include "local/path_rules.h"
 #include "platform/file_system.h"
+#include "platform/private_file.h"
 
 namespace quorvi::detail {
 
@@ -26,7 +27,11 @@ void StatusFiles::SetPath(const std::string& value) {
 void StatusFiles::RaiseTransferEvent(const StatusLine& line, const std::function<void()>& abort,
                                      const std::function<void()>& raise) const {
   if (!folder_.empty()) {
-    CFile::WriteFile(folder_ + "trans.sta", FormatStatusLine(line), true);
+    // The status folder may be one others can write to: the line never goes through a link
+    // planted in trans.sta's place, nor truncates a file that is not ours.
+    const std::string status = folder_ + "trans.sta";
+    if (const int error = platform::WritePrivateFile(status, FormatStatusLine(line) + "\r\n", true))
+      DealError("WriteFile", error, platform::ErrorText(error) + " [" + status + "]");
     const std::string cancel = folder_ + "cancel.sta";
     if (platform::Stat(cancel)) {
       platform::DeleteFile(cancel);

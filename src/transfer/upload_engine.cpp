@@ -283,6 +283,13 @@ bool UploadEngine::FolderItem(const std::string& item, const std::string& remote
           core_.transfer.lists.RecordSkipped(e.path);
           break;
         }
+        // A link out of the folder would send a file the host never put in it (a planted
+        // link to ~/.ssh/id_rsa in a tree to publish): refused unless the host allows it.
+        if (e.link && !s.follow_outside_links && !ResolvesInside(e.path, folder)) {
+          NoteTreeFailure(e.path, errors::kLinkOutsideTree,
+                          GetErrorText(errors::kLinkOutsideTree) + " [ " + e.path + " ]");
+          break;
+        }
         batch.push_back({e.path, remote_of(e.path), -1, {}});
         break;
       case WalkKind::kFolder: folders.push_back(remote_of(e.path)); break;

@@ -1,4 +1,5 @@
 #include "clash_refusal.h"
+#include "terminal_text.h"
 
 namespace qftp {
 
@@ -10,7 +11,7 @@ quorvi::UserInterface::ReplaceButton ClashRefusal::ShowReplaceDialog(const Repla
 std::string ClashRefusal::Report() const {
   std::string text;
   for (const auto& name : clashes_)
-    text += "qftp: " + name +
+    text += "qftp: " + ForTerminal(name) +
             ": exists at the destination and was not transferred; choose --replace "
             "overwrite|resume|skip|rename\n";
   return text;

@@ -6,6 +6,7 @@
 #include "commands_browse.h"
 #include "commands_transfer.h"
 #include "script.h"
+#include "terminal_text.h"
 
 namespace qftp {
 
@@ -25,7 +26,7 @@ std::string Join(const std::vector<std::string>& parts, std::size_t from) {
 bool Pwd(quorvi::FtpLibrary& ftp, const Options&) {
   const std::string directory = ftp.GetCurrentDirectory();
   if (ftp.ErrorNumber() != 0) return false;
-  std::cout << directory << "\n";
+  std::cout << ForTerminal(directory) << "\n";
   return true;
 }
 
@@ -38,8 +39,9 @@ bool Move(quorvi::FtpLibrary& ftp, const Options& o) {
 bool Quote(quorvi::FtpLibrary& ftp, const Options& o) {
   const std::string reply = ftp.ExeFtpCmd(o.args[0], Join(o.args, 1));
   if (ftp.ErrorNumber() != 0) return false;
-  std::cout << reply;
-  if (!reply.empty() && reply.back() != '\n') std::cout << "\n";
+  const std::string shown = LinesForTerminal(reply);
+  std::cout << shown;
+  if (!shown.empty() && shown.back() != '\n') std::cout << "\n";
   return true;
 }
 

@@ -1,4 +1,5 @@
 #include "commands_browse.h"
+#include "terminal_text.h"
 
 #include <cmath>
 #include <iostream>
@@ -28,8 +29,8 @@ std::string ListLine(const quorvi::CFtpFile& file) {
   if (permissions.empty()) permissions = file.IsDirectory() ? "d---------" : "----------";
   std::string time = file.LastWriteTime();
   if (time.empty()) time = "-          -    ";  // keeps the columns
-  return permissions + " " + Number(file.FileSize()) + " " + time + " " + file.FileName() +
-         (file.IsDirectory() ? "/" : "");
+  return ForTerminal(permissions + " " + Number(file.FileSize()) + " " + time + " " +
+                     file.FileName() + (file.IsDirectory() ? "/" : ""));
 }
 
 bool List(quorvi::FtpLibrary& ftp, const Options& options) {
@@ -42,14 +43,14 @@ bool List(quorvi::FtpLibrary& ftp, const Options& options) {
 bool Stat(quorvi::FtpLibrary& ftp, const Options& options) {
   const auto file = ftp.GetFtpFileInfo(options.args[0]);
   if (!file) return false;
-  std::cout << "name: " << file->FileName() << "\n"
-            << "path: " << file->FilePath() << "\n"
+  std::cout << "name: " << ForTerminal(file->FileName()) << "\n"
+            << "path: " << ForTerminal(file->FilePath()) << "\n"
             << "size: " << Number(file->FileSize()) << "\n"
-            << "modified: " << file->LastWriteTime() << "\n"
+            << "modified: " << ForTerminal(file->LastWriteTime()) << "\n"
             << "directory: " << TrueFalse(file->IsDirectory()) << "\n"
-            << "permissions: " << file->Permissions() << "\n"
-            << "owner: " << file->Owner() << "\n"
-            << "group: " << file->Group() << "\n";
+            << "permissions: " << ForTerminal(file->Permissions()) << "\n"
+            << "owner: " << ForTerminal(file->Owner()) << "\n"
+            << "group: " << ForTerminal(file->Group()) << "\n";
   return true;
 }
 

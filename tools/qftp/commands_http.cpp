@@ -15,6 +15,7 @@
 #include "commands_transfer.h"
 #include "options.h"
 #include "progress_bar.h"
+#include "terminal_text.h"
 
 namespace qftp {
 
@@ -38,7 +39,7 @@ std::optional<Proxy> ParseProxy(const std::string& text) {
 }
 
 bool Fail(const std::string& text) {
-  std::fprintf(stderr, "qftp: %s\n", text.c_str());
+  std::fprintf(stderr, "qftp: %s\n", ForTerminal(text).c_str());
   return false;
 }
 
@@ -75,7 +76,7 @@ bool Http(quorvi::FtpLibrary& ftp, const Options& o) {
   }
   if (!ok) {
     std::fprintf(stderr, "qftp: error %d: %s\n", static_cast<int>(ftp.ErrorNumber()),
-                 ftp.ErrorInfo().c_str());
+                 ForTerminal(ftp.ErrorInfo()).c_str());
   }
   if (refusal && !refusal->clashes().empty()) {
     std::fputs(refusal->Report().c_str(), stderr);

@@ -1,5 +1,7 @@
 #include "configure.h"
 
+#include <iostream>
+
 namespace qftp {
 
 void Configure(quorvi::FtpLibrary& ftp, const Options& o) {
@@ -29,7 +31,11 @@ void Configure(quorvi::FtpLibrary& ftp, const Options& o) {
   // Unpaced unless asked: the component's classic pause is for hosts that want it.
   ftp.NotificationPause(o.pause_ms.value_or(0));
   if (o.sndbuf) ftp.Sndbuf(*o.sndbuf);
-  if (o.log) ftp.EnableLog(true);
+  if (o.log) {
+    ftp.EnableLog(true);
+    // No folder of this user to keep a log in (22020): said once, and qftp goes on without.
+    if (ftp.ErrorNumber() != 0) std::cerr << "qftp: --log: " << ftp.ErrorInfo() << "\n";
+  }
 }
 
 }  // namespace qftp

@@ -1,17 +1,19 @@
 #include "credentials.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <termios.h>
 #include <unistd.h>
 
 #include <cstdlib>
-#include <fstream>
 #include <iostream>
-#include <sstream>
 #include <vector>
 
 namespace qftp {
 
 namespace {
+
+constexpr int kMaxNetrcReads = 256;  // 1 MiB: a netrc is a few lines
 
 std::vector<std::string> Tokens(std::string_view text) {
   std::vector<std::string> tokens;
@@ -34,12 +36,28 @@ std::vector<std::string> Tokens(std::string_view text) {
   return tokens;
 }
 
-std::optional<std::string> ReadFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) return std::nullopt;
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
+// The file's text; nothing when it cannot be read. With owner_only (~/.netrc, as Python's
+// netrc module checks it), a file another user owns or others may read is refused: whoever
+// could read it has the passwords already, and using it silently would hide that.
+std::optional<std::string> ReadFile(const std::string& path, bool owner_only) {
+  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return std::nullopt;
+  struct stat st {};
+  const bool known = ::fstat(fd, &st) == 0;
+  if (owner_only && known && (st.st_uid != ::getuid() || (st.st_mode & (S_IRWXG | S_IRWXO)) != 0)) {
+    ::close(fd);
+    throw UsageError{path + " may be read or changed by other users: not used (chmod 600 " +
+                     path + ")"};
+  }
+  std::string text;
+  char buffer[4096];
+  for (int reads = 0; known && reads < kMaxNetrcReads; ++reads) {
+    const ssize_t n = ::read(fd, buffer, sizeof buffer);
+    if (n <= 0) break;
+    text.append(buffer, static_cast<std::size_t>(n));
+  }
+  ::close(fd);
+  return text;
 }
 
 // The password typed on the terminal, without echo; nothing when there is no terminal.
@@ -98,7 +116,7 @@ void CompleteCredentials(Options& o) {
   const std::string file = !o.netrc_file.empty() ? o.netrc_file
                            : home != nullptr     ? std::string(home) + "/.netrc"
                                                  : std::string();
-  const auto text = file.empty() ? std::nullopt : ReadFile(file);
+  const auto text = file.empty() ? std::nullopt : ReadFile(file, o.netrc_file.empty());
   if (!text && !o.netrc_file.empty()) throw UsageError{"--netrc-file: cannot read " + file};
   if (text) {
     if (const auto login = NetrcLogin(*text, o.host, o.user)) {

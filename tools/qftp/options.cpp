@@ -106,6 +106,9 @@ void AddTransferOptions(CLI::App& app, TransferOptions& t, RawValues& raw, Optio
       ->group(g);
   app.add_flag("--correspond-folder", t.correspond_folder, "recreate the remote folder locally")
       ->group(g);
+  app.add_flag("--follow-outside-links", t.follow_outside_links,
+               "folder uploads send files whose symbolic link points outside the folder")
+      ->group(g);
   app.add_flag("--total", t.total, "progress of the whole job instead of each file")->group(g);
   app.add_option("--status-dir", t.status_dir, "folder of the resume status files")->group(g);
   app.add_flag("--ascii", t.ascii, "ASCII transfer mode")->group(g);

@@ -15,6 +15,7 @@
 #include "commands_transfer.h"
 #include "configure.h"
 #include "transfer_options.h"
+#include "terminal_text.h"
 
 namespace qftp {
 
@@ -90,8 +91,19 @@ JobPlan PlanDownload(quorvi::FtpLibrary& ftp, const std::vector<std::string>& re
   return plan;
 }
 
-// A local folder's contents go into the remote folder; only regular files are sent.
-JobPlan PlanUpload(const std::vector<std::string>& local, const std::string& remote) {
+// True when the link's target, resolved, lies inside the folder.
+bool LinkStaysInside(const fs::path& link, const fs::path& folder) {
+  std::error_code error;
+  const fs::path target = fs::canonical(link, error), root = fs::canonical(folder, error);
+  if (error) return false;
+  const auto [end, rest] = std::mismatch(root.begin(), root.end(), target.begin(), target.end());
+  return end == root.end() && rest != target.end();
+}
+
+// A local folder's contents go into the remote folder; only regular files are sent, and a
+// link out of the folder only when the host allows it (as the component's FollowOutsideLinks).
+JobPlan PlanUpload(const std::vector<std::string>& local, const std::string& remote,
+                   bool follow_outside_links) {
   JobPlan plan;
   plan.folders.push_back(remote);
   for (const std::string& item : local) {
@@ -111,6 +123,10 @@ JobPlan PlanUpload(const std::vector<std::string>& local, const std::string& rem
       const std::string relative = fs::relative(it->path(), root, error).generic_string();
       if (it->is_directory(error) && !it->is_symlink(error)) {
         plan.folders.push_back(JoinRemote(remote, relative));
+      } else if (it->is_symlink(error) && it->is_regular_file(error) && !follow_outside_links &&
+                 !LinkStaysInside(it->path(), root)) {
+        plan.problems.push_back(it->path().string() +
+                                ": not uploaded: a symbolic link that points outside the folder");
       } else if (it->is_regular_file(error)) {
         plan.files.push_back({JoinRemote(remote, relative), it->path().string(),
                               static_cast<double>(it->file_size(error))});
@@ -165,7 +181,7 @@ class Job {
   bool Report(bool quiet) {
     std::lock_guard lock(mutex_);
     if (drawn_) std::fputc('\n', stderr);
-    for (const auto& note : notes_) std::fprintf(stderr, "%s\n", note.c_str());
+    for (const auto& note : notes_) std::fprintf(stderr, "%s\n", ForTerminal(note).c_str());
     const double seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
     if (!quiet) {
@@ -174,7 +190,7 @@ class Job {
                                static_cast<int>(seconds), done_bytes_ / std::max(seconds, 0.001))
                        .c_str());
     }
-    for (const auto& line : failures_) std::fprintf(stderr, "%s\n", line.c_str());
+    for (const auto& line : failures_) std::fprintf(stderr, "%s\n", ForTerminal(line).c_str());
     return failures_.empty() && done_ + skipped_ == static_cast<int>(plan_.files.size());
   }
 
@@ -271,8 +287,9 @@ bool RunParallel(quorvi::FtpLibrary& main, const Options& o, bool download) {
                                     for (const auto& item : SplitList(o.args[0])) items.push_back(absolute(item));
                                     return items;
                                   }(),
-                                             o.args[1]);
-  for (const auto& problem : plan.problems) std::fprintf(stderr, "qftp: %s\n", problem.c_str());
+                                             o.args[1], o.transfer.follow_outside_links);
+  for (const auto& problem : plan.problems)
+    std::fprintf(stderr, "qftp: %s\n", ForTerminal(problem).c_str());
   // Every folder exists before any file goes into it.
   for (const auto& folder : plan.folders) {
     std::error_code error;
@@ -280,8 +297,8 @@ bool RunParallel(quorvi::FtpLibrary& main, const Options& o, bool download) {
                  : main.CreateDirectory(folder, true)) {
       continue;
     }
-    std::fprintf(stderr, "qftp: cannot create the folder %s: %s\n", folder.c_str(),
-                 download ? error.message().c_str() : main.ErrorInfo().c_str());
+    std::fprintf(stderr, "qftp: cannot create the folder %s: %s\n", ForTerminal(folder).c_str(),
+                 ForTerminal(download ? error.message() : main.ErrorInfo()).c_str());
     return false;
   }
   const auto refusal = ApplyTransferOptions(main, o.transfer, false);

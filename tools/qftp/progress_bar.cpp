@@ -1,4 +1,5 @@
 #include "progress_bar.h"
+#include "terminal_text.h"
 
 #include <sys/ioctl.h>
 
@@ -98,7 +99,7 @@ void ProgressBar::Draw(bool final) {
   f.total = ftp_.QueueTotal();
   f.speed = ftp_.Speed();
   f.left = ftp_.LeftTime();
-  f.name = BaseName(ftp_.LocalPath());
+  f.name = ForTerminal(BaseName(ftp_.LocalPath()));
   // A file's line ends once; events after its end (the job's own completion, which names the
   // job's folder) draw nothing until the next file starts.
   if (f.index == finished_) return;

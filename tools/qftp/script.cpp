@@ -8,6 +8,8 @@
 #include <iostream>
 #include <memory>
 
+#include "terminal_text.h"
+
 namespace qftp {
 
 namespace {
@@ -139,7 +141,7 @@ class Runner {
   int failures() const { return failures_; }
 
   void Fail(int line, const std::string& message) {
-    err_ << "qftp: line " << line << ": " << message << "\n";
+    err_ << "qftp: line " << line << ": " << ForTerminal(message) << "\n";
     ++failures_;
   }
 
@@ -169,7 +171,7 @@ class Runner {
   void Print(const quorvi::Variant& value) {
     const std::string text = value.ToText();
     if (value.empty() || (value.type() == quorvi::VariantType::Files && text.empty())) return;
-    out_ << text << "\n" << std::flush;
+    out_ << LinesForTerminal(text) << "\n" << std::flush;
   }
 
   void Set(const std::vector<std::string>& w, int line) {
@@ -210,7 +212,7 @@ class Runner {
       std::string text = event_name;
       for (std::size_t i = 1; i < action.size(); ++i)
         text += " " + action[i] + "=" + quorvi::GetProperty(ftp_, action[i]).value.ToText();
-      out_ << text << "\n" << std::flush;
+      out_ << LinesForTerminal(text) << "\n" << std::flush;
     });
     subscriptions_.emplace_back(event, id);
   }

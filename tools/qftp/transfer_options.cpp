@@ -30,6 +30,7 @@ std::shared_ptr<ClashRefusal> ApplyTransferOptions(quorvi::FtpLibrary& ftp,
   if (o.forbid) ftp.FileTypeForbid(*o.forbid);
   ftp.WithoutList(o.without_list);
   ftp.CreateCorrespondFolder(o.correspond_folder);
+  ftp.FollowOutsideLinks(o.follow_outside_links);
   ftp.ShowTotalPercent(o.total);
   if (o.status_dir) ftp.TranstatePath(*o.status_dir);
   ftp.TransferMode(o.ascii ? quorvi::FTP_ASCII_MODE : quorvi::FTP_IMAGE_MODE);

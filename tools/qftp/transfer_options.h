@@ -24,6 +24,7 @@ struct TransferOptions {
   std::optional<std::string> allow, forbid;
   bool without_list = false;
   bool correspond_folder = false;
+  bool follow_outside_links = false;
   bool total = false;
   std::optional<std::string> status_dir;
   bool ascii = false;

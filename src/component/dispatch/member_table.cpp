@@ -217,6 +217,7 @@ std::vector<MemberRow> BuildRows() {
       QV_RW(SyncFiles, false),
       QV_W(WithoutList, bool, false),
       QV_W(CreateCorrespondFolder, bool, false),
+      QV_W(FollowOutsideLinks, bool, false),
       QV_W(DisableSkip, bool, false),
       QV_RW(FileType, ""),
       QV_RW(FileTypeAllow, ""),
