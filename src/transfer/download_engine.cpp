@@ -436,7 +436,12 @@ bool DownloadEngine::Receive() {
   const bool moved = WaitWhileMoving(opDownload, [&] {
     return !s.without_list && engine_.bytes >= engine_.remote_size;
   });
-  if (moved) WaitForCompletion(opDownload, 101, "Download:Exit Do.");
+  // A file of 0 bytes has "moved" before its data connection even opened: only the end of
+  // the operation says the server sent it.
+  if (moved && !WaitForCompletion(opDownload, 101, "Download:Exit Do.") && !ErrorRecorded())
+    RecordError("DownLoadOne", errors::kTimedOut,
+                GetErrorText(errors::kTimedOut) + ": the server did not confirm the download [ " +
+                    s.remote_path + " ]");
 
   if (session_.abort_request || core_.rt.aborting_current) RecordCanceled();
   if (ErrorRecorded()) {
