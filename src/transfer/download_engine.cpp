@@ -329,9 +329,13 @@ bool DownloadEngine::OneBody(bool create_folder) {
 
   engine_.replace_local = false;
   const bool exists = CFile::FileExists(s.local_path);
-  if (engine_.attempt == 1) engine_.destination_ours = !exists || s.overwrite;
+  if (engine_.attempt == 1) {
+    engine_.destination_ours = !exists || s.overwrite;
+    engine_.old_file_kept = exists && s.overwrite;
+  }
   if (exists) {
-    if (s.overwrite || RestartWithoutRest(LocalSize(s.local_path), "DownLoadOne")) {
+    // A retry continues only bytes of this job: the user's old file is never resumed.
+    if (s.overwrite || engine_.old_file_kept || RestartWithoutRest(LocalSize(s.local_path), "DownLoadOne")) {
       // Replaced when its first byte arrives: until the server agrees to send, it stays.
       WriteLog("Download.OverWrite");
       engine_.replace_local = true;

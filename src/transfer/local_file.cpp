@@ -178,6 +178,7 @@ bool OpenDownloadFile(Core& core) {
     return false;
   }
   engine.local_opened = true;
+  engine.old_file_kept = false;
   if (!replace && engine.bytes > 0) engine.file.Seek(engine.bytes);
   return true;
 }

@@ -55,6 +55,9 @@ class TransferEngine {
   /// The destination's bytes are this job's own (nothing was there before the file's first
   /// attempt) or the policy overwrites: a restart from byte 0 loses nothing of the user's.
   bool destination_ours = false;
+  /// FTP download with overwrite: the destination still holds the user's old file (no byte of
+  /// this job has replaced it yet), so a retry must overwrite it too, never continue it.
+  bool old_file_kept = false;
   std::int32_t rest_refusal_number = 0;  ///< error number of the session's REST refusal
   std::int64_t local_modified = 0;  ///< upload: the local file's last write when it began
   /// The engine's side of the data connection (installed there by Of).
