@@ -57,24 +57,26 @@ class CFtpFile {
   std::string group_;
 };
 
-/// An ordered collection of entries with unique keys compared without regard to case (any
-/// letter, not only ASCII: "Über" and "über" are one key). Positions are 1-based as in the component's interface. Lookups that find nothing
-/// return a null pointer; nothing here throws.
+/// An ordered collection of entries with unique keys. A lookup by key or name takes the entry
+/// of exactly that key first, else the first one equal without regard to case (any letter, not
+/// only ASCII: "Über" finds "über"). Keys that differ only in case are two entries, as a
+/// case-sensitive server's "A.txt" and "a.txt" are two files. Positions are 1-based as in the
+/// component's interface. Lookups that find nothing return a null pointer; nothing here throws.
 class CFtpFiles {
  public:
   using iterator = std::vector<CFtpFile>::iterator;
   using const_iterator = std::vector<CFtpFile>::const_iterator;
 
-  /// Appends the entry under the key; null (and nothing added) when the key is present.
+  /// Appends the entry under the key; null (and nothing added) when exactly that key is present.
   /// The pointer stays valid until the collection is next changed.
   CFtpFile* Add(CFtpFile oFtpFile, const std::string& vKey);
   /// Entry at the 1-based position; null outside 1..Count().
   CFtpFile* Item(std::int32_t vntIndexKey);
   const CFtpFile* Item(std::int32_t vntIndexKey) const;
-  /// Entry stored under the key (any case); null when there is none.
+  /// Entry stored under the key: exactly that key, else the first in any case; null if none.
   CFtpFile* Item(const std::string& vntKey);
   const CFtpFile* Item(const std::string& vntKey) const;
-  /// First entry whose FileName equals the name without regard to case; null when none.
+  /// Entry whose FileName is the name: exactly, else the first in any case; null when none.
   const CFtpFile* ItemName(const std::string& vntName) const;
   /// Number of entries.
   std::int32_t Count() const { return static_cast<std::int32_t>(items_.size()); }
@@ -89,8 +91,10 @@ class CFtpFiles {
 
  private:
   std::vector<CFtpFile> items_;
-  std::vector<std::string> keys_;                        ///< folded key of each item
-  std::unordered_map<std::string, std::size_t> index_;  ///< folded key → position (0-based)
+  void Reindex();
+  std::vector<std::string> keys_;                         ///< key of each item, as given
+  std::unordered_map<std::string, std::size_t> index_;   ///< key → position (0-based)
+  std::unordered_map<std::string, std::size_t> folded_;  ///< folded key → its first position
 };
 
 }  // namespace quorvi

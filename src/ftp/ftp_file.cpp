@@ -22,12 +22,21 @@ std::string CFtpFile::LastWriteTime() const {
 }
 
 CFtpFile* CFtpFiles::Add(CFtpFile oFtpFile, const std::string& vKey) {
-  std::string key = detail::FoldCase(vKey);
-  if (index_.count(key) != 0) return nullptr;
-  index_.emplace(key, items_.size());
-  keys_.push_back(std::move(key));
+  if (index_.count(vKey) != 0) return nullptr;
+  index_.emplace(vKey, items_.size());
+  folded_.emplace(detail::FoldCase(vKey), items_.size());  // keeps the first of a folded key
+  keys_.push_back(vKey);
   items_.push_back(std::move(oFtpFile));
   return &items_.back();
+}
+
+void CFtpFiles::Reindex() {
+  index_.clear();
+  folded_.clear();
+  for (std::size_t i = 0; i < keys_.size(); ++i) {
+    index_.emplace(keys_[i], i);
+    folded_.emplace(detail::FoldCase(keys_[i]), i);
+  }
 }
 
 CFtpFile* CFtpFiles::Item(std::int32_t vntIndexKey) {
@@ -40,8 +49,9 @@ const CFtpFile* CFtpFiles::Item(std::int32_t vntIndexKey) const {
 }
 
 CFtpFile* CFtpFiles::Item(const std::string& vntKey) {
-  const auto found = index_.find(detail::FoldCase(vntKey));
-  return found == index_.end() ? nullptr : &items_[found->second];
+  if (const auto exact = index_.find(vntKey); exact != index_.end()) return &items_[exact->second];
+  const auto found = folded_.find(detail::FoldCase(vntKey));
+  return found == folded_.end() ? nullptr : &items_[found->second];
 }
 
 const CFtpFile* CFtpFiles::Item(const std::string& vntKey) const {
@@ -49,6 +59,8 @@ const CFtpFile* CFtpFiles::Item(const std::string& vntKey) const {
 }
 
 const CFtpFile* CFtpFiles::ItemName(const std::string& vntName) const {
+  for (const auto& item : items_)
+    if (item.FileName() == vntName) return &item;
   const std::string name = detail::FoldCase(vntName);
   for (const auto& item : items_)
     if (detail::FoldCase(item.FileName()) == name) return &item;
@@ -58,10 +70,9 @@ const CFtpFile* CFtpFiles::ItemName(const std::string& vntName) const {
 bool CFtpFiles::Remove(std::int32_t vntIndexKey) {
   if (vntIndexKey < 1 || vntIndexKey > Count()) return false;
   const auto position = static_cast<std::size_t>(vntIndexKey - 1);
-  index_.erase(keys_[position]);
   items_.erase(items_.begin() + static_cast<std::ptrdiff_t>(position));
   keys_.erase(keys_.begin() + static_cast<std::ptrdiff_t>(position));
-  for (std::size_t i = position; i < keys_.size(); ++i) index_[keys_[i]] = i;
+  Reindex();
   return true;
 }
 

@@ -186,6 +186,20 @@ bool DownloadEngine::FolderMode(const std::vector<std::string>& remote,
   return true;
 }
 
+std::optional<CFtpFiles> DownloadEngine::NamedLiterally(const std::string& remote_item) {
+  const std::int32_t number = core_.ErrorNumber();
+  if (number != 0 && number != errors::kRemoteFolderMissing) return std::nullopt;
+  const std::string text = core_.ErrorInfo();
+  const std::string name = remote_item.substr(remote_item.rfind('/') + 1);
+  CFtpFiles named;
+  if (const auto entries = GetFtpFolderEntries(core_, FormatFTPPath(GetParentFolderPath(remote_item))))
+    for (const auto& entry : *entries)
+      if (entry.FileName() == name) named.Add(entry, name);
+  if (named.Count() > 0) return named;
+  if (number != 0) RecordError("GetFtpDirectoryInfo", number, text);  // the pattern's answer
+  return std::nullopt;
+}
+
 // One folder of the tree: its files, then its subfolders' trees. A host's item may be a
 // pattern; a subfolder's name from a listing is taken literally.
 void DownloadEngine::CollectFolder(const std::string& remote_item, const std::string& folder,
@@ -195,8 +209,9 @@ void DownloadEngine::CollectFolder(const std::string& remote_item, const std::st
                     "More than 64 folder levels below [ " + remote_item + " ]");
     return;
   }
-  const auto entries =
+  auto entries =
       literal ? GetFtpFolderEntries(core_, remote_item) : GetFtpDirectoryInfo(core_, remote_item);
+  if (!entries && !literal && HasPattern(remote_item)) entries = NamedLiterally(remote_item);
   if (!entries) {
     // Empty is fine; a folder that cannot be listed or entered fails the job, after the rest.
     if (core_.ErrorNumber() != 0) NoteTreeFailure(remote_item);
@@ -468,7 +483,12 @@ bool DownloadEngine::Receive() {
   const bool moved = WaitWhileMoving(opDownload, [&] {
     return sized && engine_.bytes >= engine_.remote_size;
   });
-  if (moved) WaitForCompletion(opDownload, 101, "Download:Exit Do.");
+  // A file of 0 bytes has "moved" before its data connection even opened: only the end of
+  // the operation says the server sent it.
+  if (moved && !WaitForCompletion(opDownload, 101, "Download:Exit Do.") && !ErrorRecorded())
+    RecordError("DownLoadOne", errors::kTimedOut,
+                GetErrorText(errors::kTimedOut) + ": the server did not confirm the download [ " +
+                    s.remote_path + " ]");
 
   if (session_.abort_request || core_.rt.aborting_current) RecordCanceled();
   if (ErrorRecorded()) {

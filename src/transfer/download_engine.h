@@ -5,8 +5,11 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
+
+#include <quorvi/ftp_file.h>
 
 #include "transfer/download_engine_base.h"
 
@@ -41,6 +44,9 @@ class DownloadEngine : private EngineBase {
     std::vector<FilePair> files;
     std::vector<std::string> folders;
   };
+  /// A pattern item that matched nothing may be a name holding "?" or "*" (a server's glob
+  /// cannot match "f0 a?b.bin" on vsftpd): the parent's entries of exactly that name.
+  std::optional<CFtpFiles> NamedLiterally(const std::string& remote_item);
   void CollectFolder(const std::string& remote_item, const std::string& folder, bool literal,
                      int depth, TreePlan& plan);
   bool FileMode(const std::vector<std::string>& remote, const std::vector<std::string>& local,

@@ -167,17 +167,18 @@ bool EngineBase::WaitWhileMoving(FtpOperations op, const std::function<bool()>& 
   }
 }
 
-void EngineBase::WaitForCompletion(FtpOperations op, int steps, const std::string& prefix) {
+bool EngineBase::WaitForCompletion(FtpOperations op, int steps, const std::string& prefix) {
   bool running = core_.rt.operation == op;
   for (int step = 0; step < steps && running; ++step) {
     running = !core_.pump().SleepUntil(100, [&] { return core_.rt.operation != op; });
   }
   WriteLog(prefix + (running ? "True" : "False"));
-  if (!running) return;
+  if (!running) return true;
   // The server did not confirm: start over on a clean control connection.
   core_.EndAsyncMethod();
   session_.CloseConnection();
   session_.Connect();
+  return false;
 }
 
 void EngineBase::PauseAfterFile() const {

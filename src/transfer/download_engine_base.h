@@ -78,7 +78,8 @@ class EngineBase {
   bool WaitWhileMoving(FtpOperations op, const std::function<bool()>& moved);
   /// The wait for the server's final reply in 100 ms steps; when the server does not confirm,
   /// the operation is ended and the control connection renewed. Logs prefix + True/False.
-  void WaitForCompletion(FtpOperations op, int steps, const std::string& prefix);
+  /// True when the server confirmed (the operation ended by itself).
+  bool WaitForCompletion(FtpOperations op, int steps, const std::string& prefix);
   /// The 10 ms pause that ends every file; part of the pacing, so none at notification pause 0.
   void PauseAfterFile() const;
   /// The created-directories switch of an upload: on, or off with its list emptied.

@@ -534,7 +534,12 @@ bool UploadEngine::Send() {
 
   if (WaitWhileMoving(opUpload, [&] { return core_.rt.transfer_size >= engine_.local_size; })) {
     WriteLog("Upload:Exit Do.Start");
-    WaitForCompletion(opUpload, 201, "Upload:Exit Do.");
+    // Bytes handed to the socket prove nothing: only the server's final reply says the file
+    // is whole there (the STOR may not even have been sent).
+    if (!WaitForCompletion(opUpload, 201, "Upload:Exit Do.") && !ErrorRecorded())
+      RecordError("UpLoadOne", errors::kTimedOut,
+                  GetErrorText(errors::kTimedOut) + ": the server did not confirm the upload [ " +
+                      s.remote_path + " ]");
   }
   if (session_.abort_request || core_.rt.aborting_current) RecordCanceled();
   if (ErrorRecorded()) RaiseRecorded("UpLoadOne");

@@ -140,11 +140,14 @@ TEST_F(VsftpdBrowse, EmptyFolderFilePathAndCaseClash) {
   EXPECT_FALSE(ftp->GetFtpDirectoryInfo("/pub/solo/only.txt"));
   EXPECT_EQ(ftp->ErrorNumber(), 20008);
   EXPECT_EQ(ftp->ErrorInfo(), "Can't find the folder[ /pub/solo/only.txt/ ]");
-  // Names that differ only in case cannot be told apart by the entries' keys.
+  // Names that differ only in case are two files; a key finds its exact name first.
   server().WriteFile("pub/case/README", "1");
-  server().WriteFile("pub/case/readme", "2");
-  EXPECT_FALSE(ftp->GetFtpDirectoryInfo("/pub/case"));
-  EXPECT_EQ(ftp->ErrorNumber(), 16002);
+  server().WriteFile("pub/case/readme", "22");
+  const auto both = ftp->GetFtpDirectoryInfo("/pub/case");
+  ASSERT_TRUE(both) << ftp->ErrorNumber() << " " << ftp->ErrorInfo();
+  EXPECT_EQ(both->Count(), 2);
+  EXPECT_EQ(both->Item(std::string("readme"))->FileSize(), 2);
+  EXPECT_EQ(both->Item(std::string("README"))->FileSize(), 1);
   EXPECT_FALSE(ftp->RemoveDirectory(""));
   EXPECT_EQ(ftp->ErrorNumber(), 20005);
 }

@@ -62,6 +62,14 @@ class AwkwardNames : public ServerSuite<AwkwardNames<Kind>> {
     ASSERT_TRUE(ftp->DownLoad()) << ftp->ErrorNumber() << " " << ftp->ErrorInfo();
     EXPECT_EQ(TreeDiff(base / "src", base / "back"), "") << "download changed names or bytes";
 
+    // A host's item that the server's glob cannot match (vsftpd: "?" beside a blank) is the
+    // file of exactly that name.
+    WriteBytes(on_server / "f0 a?b.bin", "literal");
+    ftp->RemotePath("/" + mode + "/f0 a?b.bin");
+    ftp->LocalPath((base / "one").string() + "/");
+    ASSERT_TRUE(ftp->DownLoad()) << ftp->ErrorNumber() << " " << ftp->ErrorInfo();
+    EXPECT_EQ(ReadAll(base / "one" / "f0 a?b.bin"), "literal");
+
     // Removing "dir?" leaves its look-alike "dirx" alone.
     EXPECT_TRUE(ftp->RemoveDirectory("/" + mode + "/dir?")) << ftp->ErrorInfo();
     EXPECT_FALSE(fs::exists(on_server / "dir?"));

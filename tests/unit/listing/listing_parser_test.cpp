@@ -155,11 +155,13 @@ TEST_F(ListingParser, OddLines) {
       {"13-45-09  10:30AM       1 bad.txt\n01-15-09  10:30AM       2 good.txt", 1,
        {"good.txt", false, 2, "2009-01-15 10:30"}},
       {"250 Listing follows\nshort\n" + unix_file, 1, readme},
-      // Names differing only in case collide: fatal in UNIX and MLSD listings, skipped in DOS.
-      {unix_file + "\n-rw-r--r-- 1 ftp ftp 1 Jan 15  2009 README.TXT", -1},
-      {"type=file;modify=20090115103000; A\ntype=file;modify=20090115103000; a", -1},
-      {"01-15-09  10:30AM  1 A.txt\n01-15-09  10:30AM  2 a.TXT", 1,
+      // Names differing only in case are two files; the very same name twice is not.
+      {unix_file + "\n-rw-r--r-- 1 ftp ftp 1 Jan 15  2009 README.TXT", 2, readme},
+      {"type=file;modify=20090115103000; A\ntype=file;modify=20090115103000; a", 2,
+       {"A", false, 0, "2009-01-15 10:30"}},
+      {"01-15-09  10:30AM  1 A.txt\n01-15-09  10:30AM  2 a.TXT", 2,
        {"A.txt", false, 1, "2009-01-15 10:30"}},
+      {unix_file + "\n" + unix_file, -1},
       {"-rw-r--r-- 1 ftp ftp 12 Foo 15  2009 x.txt\n" + unix_file, 1, readme},  // no month: dropped
       // A damaged line is left out; the rest of the listing stays. Nothing understood at all
       // is no listing.
@@ -288,39 +290,46 @@ TEST(CFtpFile, LastWriteTimeReadsWithoutSeconds) {
   EXPECT_EQ(f.LastWriteTime(), "2009-01-15");
 }
 
-TEST(CFtpFiles, KeysIgnoreCaseAndSurviveRemoval) {
+TEST(CFtpFiles, ExactKeysFirstThenAnyCaseAndSurviveRemoval) {
   CFtpFiles files;
-  for (const char* name : {"b.txt", "A.txt", "c.dat"}) {
+  for (const char* name : {"b.txt", "A.txt", "c.dat", "B.TXT"}) {
     CFtpFile f;
     f.FileName(name);
-    ASSERT_NE(files.Add(f, name), nullptr);
+    ASSERT_NE(files.Add(f, name), nullptr) << name;
   }
-  CFtpFile dup;
-  EXPECT_EQ(files.Add(dup, "B.TXT"), nullptr);
-  EXPECT_EQ(files.Count(), 3);
-  EXPECT_EQ(files.Item(2)->FileName(), "A.txt");
-  EXPECT_EQ(files.Item(4), nullptr);
-  EXPECT_EQ(files.Item("C.DAT")->FileName(), "c.dat");
-  EXPECT_EQ(files.ItemName("a.TXT")->FileName(), "A.txt");
+  EXPECT_EQ(files.Add({}, "b.txt"), nullptr);  // the very same key
+  EXPECT_EQ(files.Count(), 4);
+  EXPECT_EQ(files.Item(4)->FileName(), "B.TXT");
+  EXPECT_EQ(files.Item(5), nullptr);
+  const struct {
+    const char* asked;
+    const char* found;  // "" = none
+  } lookups[] = {{"B.TXT", "B.TXT"}, {"b.txt", "b.txt"}, {"B.txt", "b.txt"},
+                 {"C.DAT", "c.dat"}, {"a.TXT", "A.txt"}, {"d", ""}};
+  for (const auto& l : lookups) {
+    const CFtpFile* by_key = files.Item(std::string(l.asked));
+    const CFtpFile* by_name = files.ItemName(l.asked);
+    EXPECT_EQ(by_key ? by_key->FileName() : "", l.found) << l.asked;
+    EXPECT_EQ(by_name ? by_name->FileName() : "", l.found) << l.asked;
+  }
 
   EXPECT_TRUE(files.Remove(1));
-  EXPECT_FALSE(files.Remove(3));
+  EXPECT_FALSE(files.Remove(4));
   EXPECT_EQ(files.Item("c.dat")->FileName(), "c.dat");  // keys follow the shifted positions
-  EXPECT_EQ(files.Item("b.txt"), nullptr);
-  EXPECT_NE(files.Add(dup, "b.txt"), nullptr);  // a removed key is free again
+  EXPECT_EQ(files.Item("b.txt")->FileName(), "B.TXT");  // the other case is still there
+  EXPECT_NE(files.Add({}, "b.txt"), nullptr);           // a removed key is free again
   std::vector<std::string> order;
   for (const auto& f : files) order.push_back(f.FileName());
-  EXPECT_EQ(order, (std::vector<std::string>{"A.txt", "c.dat", ""}));
+  EXPECT_EQ(order, (std::vector<std::string>{"A.txt", "c.dat", "B.TXT", ""}));
 
   // Any letter's case, not only ASCII; bytes that are not UTF-8 are compared as they are.
   CFtpFiles names;
   ASSERT_NE(names.Add({}, "\xC3\x9C" "ber"), nullptr);                  // Über
-  EXPECT_EQ(names.Add({}, "\xC3\xBC" "ber"), nullptr);                  // über
   EXPECT_NE(names.Item("\xC3\xBC" "BER"), nullptr);
   ASSERT_NE(names.Add({}, "\xCE\xA3" "IGMA"), nullptr);                 // ΣIGMA
   EXPECT_NE(names.Item("\xCF\x83" "igma"), nullptr);                    // σigma
   ASSERT_NE(names.Add({}, "bad\xFF"), nullptr);
-  EXPECT_NE(names.Add({}, "bad\xDF"), nullptr);  // another byte: another name
+  EXPECT_EQ(names.Item("bad\xDF"), nullptr);  // another byte: another name
 }
 
 }  // namespace
