@@ -155,13 +155,13 @@ TEST_F(ListingParser, OddLines) {
       {"13-45-09  10:30AM       1 bad.txt\n01-15-09  10:30AM       2 good.txt", 1,
        {"good.txt", false, 2, "2009-01-15 10:30"}},
       {"250 Listing follows\nshort\n" + unix_file, 1, readme},
-      // Names differing only in case are two files; the very same name twice is not.
+      // Names differing only in case are two files; the very same name twice is one entry.
       {unix_file + "\n-rw-r--r-- 1 ftp ftp 1 Jan 15  2009 README.TXT", 2, readme},
       {"type=file;modify=20090115103000; A\ntype=file;modify=20090115103000; a", 2,
        {"A", false, 0, "2009-01-15 10:30"}},
       {"01-15-09  10:30AM  1 A.txt\n01-15-09  10:30AM  2 a.TXT", 2,
        {"A.txt", false, 1, "2009-01-15 10:30"}},
-      {unix_file + "\n" + unix_file, -1},
+      {unix_file + "\n" + unix_file, 1, readme},
       {"-rw-r--r-- 1 ftp ftp 12 Foo 15  2009 x.txt\n" + unix_file, 1, readme},  // no month: dropped
       // A damaged line is left out; the rest of the listing stays. Nothing understood at all
       // is no listing.
