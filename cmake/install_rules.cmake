@@ -8,8 +8,8 @@ install(TARGETS quorviftp quorviftp_shared EXPORT QuorviFtpTargets
 if(QUORVI_QT_ON)
   install(DIRECTORY include/quorvi DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT library)
 else()
-  install(DIRECTORY include/quorvi DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
-    PATTERN qt_user_interface.h EXCLUDE COMPONENT library)
+  install(DIRECTORY include/quorvi DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT library
+    PATTERN qt_user_interface.h EXCLUDE)
 endif()
 install(EXPORT QuorviFtpTargets NAMESPACE QuorviFtp::
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/QuorviFtp COMPONENT library)
