@@ -7,6 +7,7 @@
 #include "ftp/listing_line.h"
 #include "local/path_rules.h"
 #include "platform/clock_text.h"
+#include "platform/concat.h"
 
 namespace quorvi::detail {
 
@@ -81,7 +82,7 @@ std::string ListedName(const std::string& name, std::string_view listed_parent) 
   while (!parent.empty() && parent.back() == '/') parent.remove_suffix(1);
   while (!prefix.empty() && prefix.front() == '/') prefix.remove_prefix(1);
   while (!parent.empty() && parent.front() == '/') parent.remove_prefix(1);
-  const bool dot_dot = ("/" + std::string(prefix) + "/").find("/../") != std::string::npos;
+  const bool dot_dot = Concat("/", prefix, "/").find("/../") != std::string::npos;
   const bool names_parent =
       prefix == parent || prefix == "." ||
       (!parent.empty() && prefix.size() > parent.size() && prefix.ends_with(parent) &&
@@ -161,7 +162,7 @@ std::string NextLine(std::string_view text, std::size_t& start) {
   const auto feed = text.find('\n', start);
   const auto next = listing::Fields(
       text.substr(start, feed == std::string_view::npos ? feed : feed - start), 1);
-  if (!next.empty() && !listing::IsVmsNameOnly(next[0].text)) line += " " + take();
+  if (!next.empty() && !listing::IsVmsNameOnly(next[0].text)) line.append(" ").append(take());
   return line;
 }
 

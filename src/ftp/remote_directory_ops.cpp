@@ -16,6 +16,7 @@
 #include "ftp/session.h"
 #include "local/path_rules.h"
 #include "local/case_folding.h"
+#include "platform/concat.h"
 
 namespace quorvi::detail {
 
@@ -164,7 +165,7 @@ std::string ParentOfDirectory(const std::string& directory) {
 }
 
 bool CreatedListHolds(const std::string& list, const std::string& path) {
-  return ftp_text::Contains(FoldCase("|" + list + "|"), "|" + FoldCase(path) + "|");
+  return ftp_text::Contains(FoldCase(Concat("|", list, "|")), Concat("|", FoldCase(path), "|"));
 }
 
 bool ExistDirectory(Core& core, const std::string& directory_name) {

@@ -175,7 +175,7 @@ void FtpSession::FinishLogin() {
   core_.rt.logged_in = true;
   rest_refusal.clear();
   epsv_refused = false;
-  core_.rt.current_directory = "/";
+  core_.rt.current_directory.assign(1, '/');
   if ((server_pure_ftpd || server_proftpd) && !settings.list_dir_for_file_set) {
     settings.list_dir_for_file = true;
     WriteLog("ListDirForFile");
@@ -188,7 +188,7 @@ void FtpSession::FinishLogin() {
   ProbeFeatures();
   path_prefix.clear();  // a new login's PWD names the login folder as the server sees it
   path_prefix = GetCurrentDirectory();
-  core_.rt.current_directory = "/";
+  core_.rt.current_directory.assign(1, '/');
   if (m_objControlSocket.State() != sckConnected) Fail(errors::kInterrupted);  // closed by a probe
 
   std::ostringstream line;

@@ -118,7 +118,7 @@ DownloadEngine::Job DownloadEngine::Pair(const std::vector<std::string>& remote,
       if (HasPattern(r) && r.back() == '/') r.pop_back();
       job.remote_folders.push_back(r);
       std::string d = paired ? l : GetParentFolderPath(l);
-      if (s.create_correspond_folder) d += "/" + CorrespondName(r);
+      if (s.create_correspond_folder) d.append("/").append(CorrespondName(r));
       job.local_folders.push_back(d);
     } else {
       CheckFileType(r, s.file_type_allow, s.file_type_forbid, "DownLoad");

@@ -6,6 +6,7 @@
 #include "component/component_error.h"
 #include "component/error_numbers.h"
 #include "local/formatters.h"
+#include "platform/concat.h"
 
 namespace quorvi::detail {
 namespace {
@@ -51,10 +52,10 @@ void TransferLists::ChangeTransferList(const std::string& path, bool remove,
     return;
   }
   canceled_ += '|';
-  const std::string enclosed = "|" + Lower(path) + "|";
+  const std::string enclosed = Concat("|", Lower(path), "|");
   const auto pos = Lower(canceled_).find(enclosed);
   if (pos != std::string::npos) {
-    canceled_.replace(pos, enclosed.size(), "|");
+    canceled_.replace(pos, enclosed.size(), 1, '|');
     return;
   }
   transfer_.append("|").append(path);
@@ -80,7 +81,7 @@ void TransferLists::RecordTransferred(const std::string& local_path,
 
 bool TransferLists::IsCanceled(const std::string& path) const {
   if (canceled_.empty()) return false;
-  return Lower(canceled_ + "|").find("|" + Lower(path) + "|") != std::string::npos;
+  return Lower(Concat(canceled_, "|")).find(Concat("|", Lower(path), "|")) != std::string::npos;
 }
 
 std::string TransferLists::TakeTransferList() {

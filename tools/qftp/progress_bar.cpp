@@ -48,14 +48,15 @@ std::string ProgressLine(const ProgressFigures& f, std::size_t width) {
   const int percent = f.percent < 0 ? 0 : (f.percent > 100 ? 100 : f.percent);
   const std::string figures = std::to_string(percent) + "% " + Bytes(f.done) + "/" + Bytes(f.size) +
                               " " + Bytes(f.speed) + "/s " + Duration(f.left) + " left";
-  const std::string head = "[" + std::to_string(f.index) + "/" + std::to_string(f.total) + "] ";
+  std::string head = "[";
+  head.append(std::to_string(f.index)).append("/").append(std::to_string(f.total)).append("] ");
   // The bar takes what is left beside the figures, 10 to 30 columns; none on a narrow screen.
   const std::size_t fixed = head.size() + figures.size() + 3;
   const std::size_t bar_width = room >= fixed + 10 ? std::min<std::size_t>(30, room - fixed) : 0;
   std::string line = head;
   if (bar_width >= 10) {
     const std::size_t filled = static_cast<std::size_t>(percent) * bar_width / 100;
-    line += "[" + std::string(filled, '#') + std::string(bar_width - filled, '.') + "] ";
+    line.append("[").append(filled, '#').append(bar_width - filled, '.').append("] ");
   }
   line += figures;
   if (line.size() + 1 < room) {
