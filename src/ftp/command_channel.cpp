@@ -134,6 +134,7 @@ bool FtpSession::SendFtpCommand(const std::string& command, const std::string& a
     if (line.command == "LIST") WriteLog("CMD:" + line.line);
 
     double length = static_cast<double>(ToAnsi(line.line).size());
+    awaiting_final_ = true;
     m_objControlSocket.SendData(SocketValue(line.line), length,
                                 !core_.settings.passive_mode && line.command == "LIST",
                                 core_.settings.utf8);
@@ -196,8 +197,23 @@ bool FtpSession::TakeKeepAliveReply(const CompleteReply& reply) {
   return true;
 }
 
+// Replies of a command whose operation we ended early (its data connection closed by us) are
+// skipped whenever they come, before or after the next command, so they never answer it.
+bool FtpSession::TakeOwedReply(const CompleteReply& reply) {
+  if (owed_final_replies_ == 0 || reply.code == 421) return false;
+  if (reply.code >= 200) --owed_final_replies_;
+  WriteLog("Late reply dropped: " + TrimReceived(reply.text));
+  return true;
+}
+
+void FtpSession::OweFinalReply() {
+  if (awaiting_final_) ++owed_final_replies_;
+  awaiting_final_ = false;
+}
+
 void FtpSession::HandleReply(const CompleteReply& reply) {
-  if (TakeKeepAliveReply(reply)) return;
+  if (TakeOwedReply(reply) || TakeKeepAliveReply(reply)) return;
+  if (reply.code >= 200) awaiting_final_ = false;
   ++dispatch_count_;
   reply_buffer = reply.text;
   const std::string received = TrimReceived(reply.text);
@@ -208,7 +224,8 @@ void FtpSession::HandleReply(const CompleteReply& reply) {
 
 void FtpSession::TakeIdleReplies() {
   while (auto reply = TakeCompleteReply(pending_reply_)) {
-    if (TakeKeepAliveReply(*reply)) continue;
+    if (TakeOwedReply(*reply) || TakeKeepAliveReply(*reply)) continue;
+    if (reply->code >= 200) awaiting_final_ = false;
     const std::string text = TrimReceived(reply->text);
     // A server that ends an idle session says why before it closes; the host should see that.
     if (reply->code == 421) core_.ReportMessage(ReplyMessageText(text), ReplyMessageType(reply->code));

@@ -439,6 +439,7 @@ bool DataConnection::ListingWithinBounds() {
   WriteLog("Listing refused past " + bound + ": " + listing.listed_path);
   RecordError("GetRemoteFilesInfo", number,
               GetErrorText(number) + " (" + bound + ") [ " + listing.listed_path + " ]");
+  FtpSession::Of(core_).OweFinalReply();
   CloseDataConnection();
   if (core_.rt.operation == opListDirectory) core_.EndAsyncMethod();
   return false;

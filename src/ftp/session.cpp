@@ -103,6 +103,8 @@ bool FtpSession::ConnectSteps() {
   reply_buffer.clear();
   pending_reply_.clear();
   keep_alive_pending_ = 0;
+  awaiting_final_ = false;
+  owed_final_replies_ = 0;
   if (ftp_text::Trim(settings.user_name).empty()) settings.user_name = "anonymous";
 
   // Socket defaults: unset data-connection buffers get their sizes here.

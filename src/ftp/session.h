@@ -131,6 +131,10 @@ class FtpSession : private DispatchTarget {
   int quit_wait_limit = 1;    ///< seconds
   int abort_wait_limit = 30;  ///< seconds
 
+  /// The running command's operation ends before its final reply (we closed its data
+  /// connection): that reply is skipped when it comes, so it never answers a later command.
+  void OweFinalReply();
+
  private:
   // DispatchTarget
   FtpOperations CurrentOperation() const override { return core_.rt.operation; }
@@ -163,6 +167,8 @@ class FtpSession : private DispatchTarget {
   void HandleReply(const CompleteReply& reply);
   /// Consumes the reply of an outstanding keep-alive; false when the reply is another's.
   bool TakeKeepAliveReply(const CompleteReply& reply);
+  /// Consumes a reply owed by a command whose operation ended early (OweFinalReply).
+  bool TakeOwedReply(const CompleteReply& reply);
   /// Takes the complete replies that came while no operation runs: a keep-alive's is reported
   /// as such, a 421 is reported, anything else answers an earlier command and is dropped.
   void TakeIdleReplies();
@@ -187,6 +193,8 @@ class FtpSession : private DispatchTarget {
   std::shared_ptr<SocketSupport> support_;  ///< keeps the thread's connecting flag
   std::uint64_t dispatch_count_ = 0;        ///< replies dispatched
   int keep_alive_pending_ = 0;              ///< keep-alive commands not answered yet
+  bool awaiting_final_ = false;             ///< the last command's final reply has not come
+  int owed_final_replies_ = 0;              ///< final replies to skip (OweFinalReply)
   std::string pending_reply_;               ///< text received since the last complete reply
   bool closed_by_us_ = false;               ///< the control socket's close was ours
   bool quit_refused_ = false;               ///< QUIT was answered with an error: not sent again

@@ -75,7 +75,9 @@ class EngineSide : public TransferSide {
       RecordError("DataArrived", errors::kMoreThanSize,
                   GetErrorText(errors::kMoreThanSize) + " (" + NumberText(limit) + ") [ " + path + " ]");
     }
-    // The server's reply to the close is a late one: it must not replace this error.
+    // The server's reply to the close is a late one: it must not replace this error, nor
+    // answer the next command.
+    FtpSession::Of(core_).OweFinalReply();
     DataConnection::Of(core_).CloseDataConnection();
     if (core_.rt.operation == opDownload) core_.EndAsyncMethod();
   }
