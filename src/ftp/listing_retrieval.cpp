@@ -120,6 +120,9 @@ std::optional<CFtpFiles> RunListing(Core& core, const ListingPlan& plan, Restore
         if (complete() && core.rt.operation == opListDirectory) core.EndAsyncMethod();
       },
       complete);
+  // Active mode ends a listing with its data connection: the LIST's final reply may still be
+  // on its way, and must not answer the next command.
+  if (!core.settings.passive_mode) session.OweFinalReply();
   listing.listed_path.clear();
   const std::string text = listing.buffer.Finish();
   // Some servers end a listing's TLS stream without close_notify; a listing that stops at a
