@@ -28,9 +28,8 @@ inline constexpr int kFdClose = 32;
 /// The event set registered for every handle (out-of-band data is not requested).
 inline constexpr int kFdAllEvents = kFdRead | kFdWrite | kFdAccept | kFdConnect | kFdClose;
 
-/// Default pause after each handled notification: none, every host runs unpaced. A host that
-/// wants the classic bound on the notification rate sets NotificationPause(10).
-inline constexpr std::uint32_t kNotificationPauseMs = 0;
+/// Default pause after each handled notification (bounds the notification rate).
+inline constexpr std::uint32_t kNotificationPauseMs = 10;
 /// Largest UDP datagram the service reports.
 inline constexpr std::int32_t kMaxDatagramSize = 65507;
 /// Error that the connect-phase rule substitutes (no response from the server).

@@ -183,7 +183,7 @@ std::vector<MemberRow> BuildRows() {
       QV_RW(RemotePort, 21),
       QV_RW(TimeOut, 30),
       QV_W(Lype, std::int16_t, 100),
-      QV_RW(NotificationPause, 0),
+      QV_RW(NotificationPause, 10),
       // Paths and transfer settings
       QV_RW(RemotePath, ""),
       QV_RW(LocalPath, ""),
