@@ -123,6 +123,18 @@ std::optional<DateMatch> DayFirst(const FieldList& f, std::size_t i) {
   return m;
 }
 
+// A date with its year ends at field `last`; a clock right after it (with a name still to
+// follow) belongs to it. True when there was one.
+bool DateWithClock(const FieldList& f, std::size_t last, DateMatch& m) {
+  m.has_year = true;
+  m.last = last;
+  m.padded = true;
+  if (!At(f, last + 2) || !ReadClock(f[last + 1].text, "", m.time)) return false;
+  m.last = last + 1;
+  m.padded = false;
+  return true;
+}
+
 // "2005-04-08 11:22", "2004.07.15", "2005-04-08 11:22:33.000000000 +0200" (the zone is read)
 std::optional<DateMatch> IsoDate(const FieldList& f, std::size_t i) {
   const std::string_view t = f[i].text;
@@ -134,12 +146,7 @@ std::optional<DateMatch> IsoDate(const FieldList& f, std::size_t i) {
   m.time.month = SmallNumber(t.substr(5, 2)).value_or(0);
   m.time.day = SmallNumber(t.substr(8, 2)).value_or(0);
   if (m.time.year == 0 || m.time.month == 0 || m.time.day == 0) return std::nullopt;
-  m.has_year = true;
-  m.last = i;
-  m.padded = true;
-  if (At(f, i + 2) && ReadClock(f[i + 1].text, "", m.time)) {
-    m.last = i + 1;
-    m.padded = false;
+  if (DateWithClock(f, i, m)) {
     // "ls --full-time" adds the zone ("+0200"): the time stays as written, like every other.
     const std::string_view zone = At(f, i + 3) ? f[i + 2].text : std::string_view();
     if (zone.size() == 5 && (zone[0] == '+' || zone[0] == '-') && AllDigits(zone.substr(1)))
@@ -174,13 +181,7 @@ std::optional<DateMatch> DashDate(const FieldList& f, std::size_t i) {
   m.time.month = b != 0 ? (a > 12 ? b : a) : MonthByName(middle);
   m.time.day = b != 0 ? (a > 12 ? a : b) : a;
   if (m.time.month == 0) return std::nullopt;
-  m.has_year = true;
-  m.last = i;
-  m.padded = true;
-  if (At(f, i + 2) && ReadClock(f[i + 1].text, "", m.time)) {
-    m.last = i + 1;
-    m.padded = false;
-  }
+  DateWithClock(f, i, m);
   return m;
 }
 
@@ -194,13 +195,7 @@ std::optional<DateMatch> YearFirst(const FieldList& f, std::size_t i) {
   // A bare year only before a numbered month ("2003 3月 20"): "2003 Mar 20" is a size and a date.
   const bool marked = f[i].text.size() > 4 || AllDigits(f[i + 1].text.substr(0, 1));
   if (m.time.year == 0 || m.time.month == 0 || m.time.day == 0 || !marked) return std::nullopt;
-  m.has_year = true;
-  m.last = i + 2;
-  m.padded = true;
-  if (At(f, i + 4) && ReadClock(f[i + 3].text, "", m.time)) {
-    m.last = i + 3;
-    m.padded = false;
-  }
+  DateWithClock(f, i + 2, m);
   return m;
 }
 
